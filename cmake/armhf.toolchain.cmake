@@ -1,0 +1,8 @@
+# 32-bit ARM with hard float: the module's word size, on Debian's cross compiler. Its programs run under qemu-user.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR arm)
+set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
+set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabihf)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(VEK_EMULATOR "qemu-arm;-L;/usr/arm-linux-gnueabihf" CACHE STRING "")

@@ -1,0 +1,50 @@
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_C_FLAGS_RELEASE "-O2")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2")
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+# Everything here is compiled with these: the library, the simulated module, tools and tests.
+add_library(vek_warnings INTERFACE)
+target_compile_options(vek_warnings INTERFACE
+  -Wall -Wextra -Werror -Wconversion -Wshadow -Wformat=2 -Wcast-align -Wcast-qual -Wundef -Wvla
+  -Wno-error=deprecated-declarations
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wextra-semi>
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+
+add_library(vek_sanitizers INTERFACE)
+if(VEK_SANITIZE)
+  target_compile_options(vek_sanitizers INTERFACE -fsanitize=${VEK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(vek_sanitizers INTERFACE -fsanitize=${VEK_SANITIZE})
+endif()
+
+# The library itself: C++20 without its run-time library, and no code that a small flash would carry for nothing.
+add_library(vek_library_flags INTERFACE)
+target_compile_options(vek_library_flags INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+  -fPIC -fvisibility=hidden -ffunction-sections -fdata-sections -fstack-protector-strong)
+if(NOT VEK_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL Release)
+  target_compile_options(vek_library_flags INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+endif()
+target_compile_definitions(vek_library_flags INTERFACE _GNU_SOURCE)
+target_include_directories(vek_library_flags INTERFACE
+  ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/platform/Qualcomm/SDX12)
+target_link_libraries(vek_library_flags INTERFACE vek_warnings vek_sanitizers)
+
+# All sources of the library, compiled once; the folders add theirs.
+add_library(vek_pal_objects OBJECT)
+target_link_libraries(vek_pal_objects PUBLIC vek_library_flags)
+if(VEK_FUZZ)
+  target_compile_options(vek_pal_objects PRIVATE -fsanitize=fuzzer-no-link)
+endif()

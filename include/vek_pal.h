@@ -1,0 +1,9 @@
+/** The whole interface of libvek_pal.so.1. */
+#ifndef VEK_PAL_H
+#define VEK_PAL_H
+
+#include "vek_pal/log.h"
+#include "vek_pal/memory.h"
+#include "vek_pal/nvm.h"
+
+#endif
