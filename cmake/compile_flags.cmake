@@ -29,22 +29,23 @@ if(VEK_SANITIZE)
   target_link_options(vek_sanitizers INTERFACE -fsanitize=${VEK_SANITIZE})
 endif()
 
-# The library itself: C++20 without its run-time library, and no code that a small flash would carry for nothing.
-add_library(vek_library_flags INTERFACE)
-target_compile_options(vek_library_flags INTERFACE
-  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+# What sees the library from inside: the library itself, and the tests, fuzz targets and benchmarks that look in.
+add_library(vek_inside INTERFACE)
+target_compile_definitions(vek_inside INTERFACE _GNU_SOURCE)
+target_include_directories(vek_inside INTERFACE
+  ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/platform/Qualcomm/SDX12)
+target_link_libraries(vek_inside INTERFACE vek_warnings vek_sanitizers)
+
+# All sources of the library, compiled once; the folders add theirs. C++20 without its run-time library, and no code that a
+# small flash would carry for nothing.
+add_library(vek_pal_objects OBJECT)
+target_link_libraries(vek_pal_objects PUBLIC vek_inside)
+target_compile_options(vek_pal_objects PRIVATE
+  -fno-exceptions -fno-rtti -fno-threadsafe-statics
   -fPIC -fvisibility=hidden -ffunction-sections -fdata-sections -fstack-protector-strong)
 if(NOT VEK_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL Release)
-  target_compile_options(vek_library_flags INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  target_compile_options(vek_pal_objects PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
-target_compile_definitions(vek_library_flags INTERFACE _GNU_SOURCE)
-target_include_directories(vek_library_flags INTERFACE
-  ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/platform/Qualcomm/SDX12)
-target_link_libraries(vek_library_flags INTERFACE vek_warnings vek_sanitizers)
-
-# All sources of the library, compiled once; the folders add theirs.
-add_library(vek_pal_objects OBJECT)
-target_link_libraries(vek_pal_objects PUBLIC vek_library_flags)
 if(VEK_FUZZ)
   target_compile_options(vek_pal_objects PRIVATE -fsanitize=fuzzer-no-link)
 endif()

@@ -31,4 +31,4 @@ if(NOT VEK_SANITIZE)
 endif()
 
 add_library(vek_pal_inside STATIC $<TARGET_OBJECTS:vek_pal_objects>)
-target_link_libraries(vek_pal_inside PUBLIC vek_library_flags ${VEK_PROVIDER_LIBRARIES})
+target_link_libraries(vek_pal_inside PUBLIC vek_inside ${VEK_PROVIDER_LIBRARIES})

@@ -4,6 +4,9 @@
 
 #include "vek_pal/log.h"
 #include "vek_pal/memory.h"
+#include "vek_pal/mutex.h"
 #include "vek_pal/nvm.h"
+#include "vek_pal/sem.h"
+#include "vek_pal/thread.h"
 
 #endif
