@@ -2,6 +2,8 @@
 #ifndef VEK_PAL_H
 #define VEK_PAL_H
 
+#include "vek_pal/at_client.h"
+#include "vek_pal/ipc.h"
 #include "vek_pal/log.h"
 #include "vek_pal/memory.h"
 #include "vek_pal/mutex.h"
