@@ -8,6 +8,7 @@ set(VEK_DIAG_PROVIDER stderr CACHE STRING "Diagnostic channel: stderr, or extern
 set(VEK_QMI_PROVIDER qmux CACHE STRING "QMI client: qmux, or external (the platform's libqmi_cci and service objects)")
 set_property(CACHE VEK_DIAG_PROVIDER PROPERTY STRINGS stderr external)
 set_property(CACHE VEK_QMI_PROVIDER PROPERTY STRINGS qmux external)
+set(VEK_QMI_LIBRARIES qmi_cci qmi_services CACHE STRING "Libraries that the external QMI provider links by name")
 set(VEK_QMI_DEVICE /dev/cdc-wdm0 CACHE STRING "Device path that the qmux provider opens")
 
 # The access code of the feature's AT commands. Without both, authentication always fails.

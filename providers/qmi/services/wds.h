@@ -1,0 +1,4 @@
+// WDS, wireless data: profiles, sessions and their addresses.
+#pragma once
+
+#include "providers/qmi/services/common.h"
