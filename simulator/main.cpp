@@ -1,0 +1,56 @@
+// module-sim: the simulated module. It runs inside a box (module-box --with-module), whose files and network are the
+// module's.
+#include <fmt/format.h>
+#include <toml++/toml.h>
+
+#include <CLI/CLI.hpp>
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <cstdio>
+#include <exception>
+
+#include "control/control.h"
+#include "control/control_server.h"
+#include "control/module.h"
+#include "control/watch.h"
+
+namespace {
+
+void run(const std::string& scenario_file, const std::string& run_directory) {
+  using namespace simulated;
+  const toml::table scenario = scenario_file.empty() ? toml::table{} : toml::parse_file(scenario_file);
+  asio::io_context events{1};
+  Control control;
+  Watch watch{control};
+  [[maybe_unused]] Module module{events, scenario, control, watch};
+
+  // The subsystems, in the order in which they need each other.
+
+  // Last: who finds the control socket finds everything else running.
+  const ControlServer control_server{events, control, run_directory + "/control.sock"};
+  watch.tell("module", "running");
+
+  asio::signal_set stop{events, SIGINT, SIGTERM};
+  stop.async_wait([&](asio::error_code, int) { events.stop(); });
+  events.run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App options{"The simulated module. Start it with: module-box --with-module -- COMMAND", "module-sim"};
+  std::string scenario_file, run_directory = "/run/module";
+  options.add_option("--scenario", scenario_file, "Starting state (TOML)");
+  options.add_option("--run", run_directory, "Directory of the control socket")->capture_default_str();
+  CLI11_PARSE(options, argc, argv);
+  try {
+    run(scenario_file, run_directory);
+    return 0;
+  } catch (const toml::parse_error& mistake) {
+    const auto& where = mistake.source().begin;
+    fmt::print(stderr, "module-sim: {}:{}: {}\n", scenario_file, where.line, mistake.description());
+  } catch (const std::exception& failure) {
+    fmt::print(stderr, "module-sim: {}\n", failure.what());
+  }
+  return 1;
+}
