@@ -7,6 +7,7 @@
 #include "vek_pal/ipc.h"
 #include "vek_pal/log.h"
 #include "vek_pal/memory.h"
+#include "vek_pal/minmea.h"
 #include "vek_pal/mutex.h"
 #include "vek_pal/nvm.h"
 #include "vek_pal/sem.h"

@@ -1,0 +1,1 @@
+set(peer_libraries_nmea RTKLib)
