@@ -11,6 +11,7 @@
 #include "vek_pal/mutex.h"
 #include "vek_pal/nvm.h"
 #include "vek_pal/sem.h"
+#include "vek_pal/sms.h"
 #include "vek_pal/thread.h"
 
 #endif
