@@ -6,25 +6,40 @@
 #include <CLI/CLI.hpp>
 #include <asio/io_context.hpp>
 #include <asio/signal_set.hpp>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 
+#include "at_server/at_server.h"
+#include "at_server/daemon_link.h"
+#include "at_server/feature_commands.h"
+#include "at_server/standard_commands.h"
+#include "at_server/unsolicited.h"
 #include "control/control.h"
 #include "control/control_server.h"
 #include "control/module.h"
 #include "control/watch.h"
+#include "mbim_service/mbim_service.h"
 
 namespace {
 
 void run(const std::string& scenario_file, const std::string& run_directory) {
   using namespace simulated;
   const toml::table scenario = scenario_file.empty() ? toml::table{} : toml::parse_file(scenario_file);
+  std::signal(SIGPIPE, SIG_IGN);  // a client that has gone is an error of its own connection, nothing more
   asio::io_context events{1};
   Control control;
   Watch watch{control};
-  [[maybe_unused]] Module module{events, scenario, control, watch};
+  AtCommands at_commands;
+  Module module{events, scenario, control, watch, at_commands};
 
   // The subsystems, in the order in which they need each other.
+  DaemonLink daemon{module};
+  MbimService mbim{module, daemon};
+  add_standard_commands(at_commands, [] { return AtIdentity{}; });
+  add_feature_commands(at_commands, daemon);
+  AtServer at_server{module};
+  const Unsolicited unsolicited{module, at_server};
 
   // Last: who finds the control socket finds everything else running.
   const ControlServer control_server{events, control, run_directory + "/control.sock"};

@@ -42,9 +42,11 @@ void Control::run(std::vector<std::string> arguments, const ReplyPtr& reply) {
     std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
     top.parse(std::move(arguments));
   } catch (const CLI::CallForHelp&) {
+    std::string path;
     const CLI::App* asked = &top;
-    while (!asked->get_subcommands().empty()) asked = asked->get_subcommands().front();
-    return reply->done(asked->help());
+    for (; !asked->get_subcommands().empty(); asked = asked->get_subcommands().front())
+      path += (path.empty() ? "" : " ") + asked->get_name();
+    return reply->done(asked->help(path));
   } catch (const CLI::CallForAllHelp&) {
     return reply->done(top.help("", CLI::AppFormatMode::All));
   } catch (const CLI::ParseError& mistake) {
@@ -56,7 +58,8 @@ void Control::run(std::vector<std::string> arguments, const ReplyPtr& reply) {
 }
 
 CLI::App& group(CLI::App& top, const std::string& name, const std::string& description) {
-  for (CLI::App* there : top.get_subcommands([&](CLI::App* sub) { return sub->get_name() == name; })) return *there;
+  for (CLI::App* there : top.get_subcommands([&](CLI::App* sub) { return sub->get_name() == name; }))
+    return *(there->get_description().empty() ? there->description(description) : there);
   return *top.add_subcommand(name, description)->require_subcommand(1);
 }
 

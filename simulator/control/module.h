@@ -3,6 +3,7 @@
 #include <toml++/toml.h>
 #include <asio/io_context.hpp>
 
+#include "at_server/at_commands.h"
 #include "control/control.h"
 #include "control/watch.h"
 
@@ -14,6 +15,7 @@ struct Module {
   const toml::table& scenario;  // the starting state; each subsystem reads the table of its own name
   Control& control;
   Watch& watch;
+  AtCommands& at_commands;
 };
 
 }  // namespace simulated
