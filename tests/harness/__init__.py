@@ -1,1 +1,0 @@
-"""Starts a module in a box and drives it from outside."""
