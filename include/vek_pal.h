@@ -3,9 +3,9 @@
 #define VEK_PAL_H
 
 #include "vek_pal/at_client.h"
-#include "vek_pal/at_client.h"
 #include "vek_pal/at_params.h"
 #include "vek_pal/data.h"
+#include "vek_pal/gnss.h"
 #include "vek_pal/ipc.h"
 #include "vek_pal/log.h"
 #include "vek_pal/memory.h"

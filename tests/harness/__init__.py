@@ -1,0 +1,1 @@
+"""Starts a module in a box and drives it from outside."""
