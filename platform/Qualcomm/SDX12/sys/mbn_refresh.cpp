@@ -1,0 +1,121 @@
+// Waiting for the modem to finish a refresh of its configuration.
+#include <pthread.h>
+
+#include "common/base/heap_block.h"
+#include "common/base/mutex_lock.h"
+#include "log/log.h"
+#include "providers/qmi/services/pdc.h"
+#include "sys/qmi_clients.h"
+#include "vek_pal/qmi.h"
+#include "vek_pal/sem.h"
+
+namespace {
+
+constexpr char kLogTag[] = "SYS";
+constexpr unsigned kRequestTimeoutMs = 10000;
+constexpr unsigned kRefreshTimeoutMs = 10000;
+
+enum RefreshState { kNoneSeen = 0, kStarted = 1, kCompleted = 2 };
+
+// The receive thread posts, and whoever waits deletes: the handle is only touched with the mutex held.
+constinit pthread_mutex_t g_mbn_refresh_mutex = PTHREAD_MUTEX_INITIALIZER;
+constinit vek_pal_sem_t g_mbn_refresh_sem = nullptr;
+constinit unsigned g_mbn_refresh_waiting = 0;
+constinit int g_mbn_refresh_state = kNoneSeen;
+
+constexpr vek::qmi::ClientKind kPdc = {.tag = kLogTag,
+                                       .name = "PDC",
+                                       .lower_name = "PDC",
+                                       .service_name = "PDC service",
+                                       .failed_name = "NAS",  // the word that readers of this record know
+                                       .failed_end = ".\n",
+                                       .getter_name = "pdc",
+                                       .end = "\n",
+                                       .object = pdc_get_service_object_internal_v01,
+                                       .indication = vek_pal_pdc_qmi_ind_cb,
+                                       .timeout_ms = 10000};
+constinit vek::qmi::ClientSlot g_pdc = {&kPdc};
+
+int register_for_refreshes(qmi_client_type client, void*) {
+  pdc_indication_register_req request = {
+      .enable_reporting_valid = 1, .enable_reporting = 1, .enable_refresh_valid = 1, .enable_refresh = 1};
+  qmi_result_resp response = {};
+  const int rc = qmi_client_send_msg_sync(client, QMI_PDC_INDICATION_REGISTER_REQ_V01, &request, sizeof request,
+                                          &response, sizeof response, kRequestTimeoutMs);
+  if (vek_pal_qmi_check_response("QMI_PDC_INDICATION_REGISTER_REQ_V01", rc, static_cast<int>(response.resp.result),
+                                 static_cast<int>(response.resp.error)) != 0)
+    return FAIL(-1, "qmi_client_send_msg_sync QMI_PDC_INDICATION_REGISTER_REQ_MSG_V01 fail");
+  return 0;
+}
+
+void take_refresh_event(uint32_t event) {
+  const vek::MutexLock lock(g_mbn_refresh_mutex);
+  if (event == 0) g_mbn_refresh_state = kStarted;
+  if (event != 1) return;
+  if (g_mbn_refresh_sem != nullptr) {
+    LOG_I("post mbn refresh sem ");
+    for (unsigned i = 0; i < g_mbn_refresh_waiting; i++) vek_pal_sem_post(g_mbn_refresh_sem);
+  }
+  g_mbn_refresh_state = kCompleted;
+}
+
+// The semaphore to wait on; nullptr when there is nothing to wait for, or no semaphore to be had.
+vek_pal_sem_t begin_wait() {
+  const vek::MutexLock lock(g_mbn_refresh_mutex);
+  LOG_I("current pdc refresh state %d\n", g_mbn_refresh_state);
+  if (g_mbn_refresh_state >= kCompleted) return nullptr;
+  if (g_mbn_refresh_sem == nullptr) {
+    const int ret = vek_pal_sem_init(&g_mbn_refresh_sem, "mbn_refresh", 1, 0);
+    LOG_I("mbn refresh sem init, ret=%d.", ret);
+    if (ret != 0) return nullptr;
+  }
+  g_mbn_refresh_waiting++;
+  return g_mbn_refresh_sem;
+}
+
+void end_wait() {
+  const vek::MutexLock lock(g_mbn_refresh_mutex);
+  if (--g_mbn_refresh_waiting != 0) return;
+  vek_pal_sem_deinit(&g_mbn_refresh_sem);
+  g_mbn_refresh_sem = nullptr;
+}
+
+}  // namespace
+
+void vek_pal_pdc_qmi_ind_cb(qmi_client_type handle, unsigned msg_id, void* ind_buf, unsigned ind_buf_len, void*) {
+  const vek::HeapBlock<pdc_refresh_ind> indication;
+  if (!indication) return LOG_E("malloc pdc indication failed!");
+  LOG_D("malloc %p %d", static_cast<void*>(indication.get()), static_cast<int>(sizeof *indication));
+  LOG_I(" PDC indcation coming, ind msg id :0x%x", msg_id);
+  if (msg_id == QMI_PDC_REFRESH_IND_V01) {
+    const int rc = qmi_client_message_decode(handle, QMI_IDL_INDICATION, msg_id, ind_buf, ind_buf_len, indication.get(),
+                                             sizeof *indication);
+    if (rc != QMI_NO_ERR) return LOG_E("QMI NAS status change ind decode failed err :%d", rc);
+    LOG_I("pdc refresh event: %d.(0:start,1:complete)", static_cast<int>(indication->refresh_event));
+    take_refresh_event(indication->refresh_event);
+  } else {
+    LOG_I("unknown indication msg_id: %d.", static_cast<int>(msg_id));
+  }
+  LOG_D("free %p", static_cast<void*>(indication.get()));
+}
+
+int vek_pal_qmi_pdc_event_register(void) {
+  if (vek::qmi::init_client(g_pdc) != 0) return -1;
+  if (register_for_refreshes(g_pdc.handle, nullptr) != 0) return -1;
+  qmi_client_on_recovery(g_pdc.handle, register_for_refreshes);
+  return 0;
+}
+
+void vek_pal_clear_mbn_refresh_status(void) {
+  LOG_I("init mbn refresh status");
+  const vek::MutexLock lock(g_mbn_refresh_mutex);
+  g_mbn_refresh_state = kNoneSeen;
+}
+
+void vek_pal_wait_mbn_refresh_sem(void) {
+  vek_pal_sem_t sem = begin_wait();
+  if (sem == nullptr) return;
+  vek_pal_sem_wait(&sem, &kRefreshTimeoutMs);
+  LOG_I("wait mbn refresh done.");
+  end_wait();
+}
