@@ -12,7 +12,7 @@ class AtClient:
     TERMINAL = "/dev/ttyAT0,raw,echo=0"
 
     def __init__(self, module, address=TCP):
-        self.socat = Process(module.command("socat", "-t5", "-", address))
+        self.socat = Process(module.command("socat", "-t0.1", "-", address))
 
     def send(self, line):
         self.socat.write(line + "\r\n")

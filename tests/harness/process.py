@@ -44,7 +44,7 @@ class Process:
             if found:
                 return found
 
-    def end(self):
+    def end(self, timeout=10):
+        """Closes the program's input and waits for it to end by itself."""
         self.popen.stdin.close()
-        self.popen.terminate()
-        self.popen.wait()
+        return self.popen.wait(timeout)
