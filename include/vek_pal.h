@@ -2,6 +2,7 @@
 #ifndef VEK_PAL_H
 #define VEK_PAL_H
 
+#include "vek_pal/at.h"
 #include "vek_pal/at_client.h"
 #include "vek_pal/at_params.h"
 #include "vek_pal/data.h"
@@ -9,6 +10,7 @@
 #include "vek_pal/gnss.h"
 #include "vek_pal/ipc.h"
 #include "vek_pal/log.h"
+#include "vek_pal/mbim.h"
 #include "vek_pal/memory.h"
 #include "vek_pal/minmea.h"
 #include "vek_pal/mutex.h"
