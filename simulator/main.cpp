@@ -13,13 +13,13 @@
 #include "at_server/at_server.h"
 #include "at_server/daemon_link.h"
 #include "at_server/feature_commands.h"
-#include "at_server/standard_commands.h"
 #include "at_server/unsolicited.h"
 #include "control/control.h"
 #include "control/control_server.h"
 #include "control/module.h"
 #include "control/watch.h"
 #include "mbim_service/mbim_service.h"
+#include "modem/install.h"
 
 namespace {
 
@@ -34,9 +34,11 @@ void run(const std::string& scenario_file, const std::string& run_directory) {
   Module module{events, scenario, control, watch, at_commands};
 
   // The subsystems, in the order in which they need each other.
+  Modem modem{events};
+  install_modem(module, modem);
   DaemonLink daemon{module};
   MbimService mbim{module, daemon};
-  add_standard_commands(at_commands, [] { return AtIdentity{}; });
+  add_identity_commands(at_commands, modem);
   add_feature_commands(at_commands, daemon);
   AtServer at_server{module};
   const Unsolicited unsolicited{module, at_server};
