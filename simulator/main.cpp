@@ -18,6 +18,7 @@
 #include "control/control_server.h"
 #include "control/module.h"
 #include "control/watch.h"
+#include "gnss_engine/gnss_engine.h"
 #include "mbim_service/mbim_service.h"
 #include "modem/install.h"
 
@@ -40,6 +41,7 @@ void run(const std::string& scenario_file, const std::string& run_directory) {
   MbimService mbim{module, daemon};
   add_identity_commands(at_commands, modem);
   add_feature_commands(at_commands, daemon);
+  const GnssEngine gnss{module};
   AtServer at_server{module};
   const Unsolicited unsolicited{module, at_server};
 
