@@ -83,9 +83,10 @@ typedef struct {
  * call any function of this area. NULL is accepted: the other calls work, events are dropped.
  * @param[in] user_data  Handed to the callback as it is.
  *
- * @retval 0   Registered; or registered before: the first callback of the process stays for good and nothing changes.
- *             Also when the modem did not take the order for event reports: the record tells.
- * @retval -1  No memory, no message service, or no answer from it. May be tried again.
+ * @retval 0   Registered; or registered before: the first callback of the process stays for good, this one is ignored.
+ * @retval -1  No memory, no message service, or the modem did not take the order for event reports within 3 s. Calling
+ *             again tries again. When only the order failed the other calls of this area work already, and the callback
+ *             is taken.
  *
  * After a modem restart the order for event reports is repeated, so that events go on.
  * Threads: any, but one at a time.

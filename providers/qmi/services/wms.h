@@ -15,7 +15,6 @@ enum : unsigned {
 };
 
 enum : uint32_t { WMS_STORAGE_TYPE_UIM_V01 = 0, WMS_STORAGE_TYPE_NV_V01 = 1 };
-enum : uint32_t { WMS_STORAGE_TYPE_NONE_V01 = 0xFF };  // in routes
 enum : uint32_t { WMS_MESSAGE_MODE_CDMA_V01 = 0, WMS_MESSAGE_MODE_GW_V01 = 1 };
 enum : uint32_t {
   WMS_TAG_TYPE_MT_READ_V01 = 0,
@@ -25,9 +24,10 @@ enum : uint32_t {
 };
 enum : uint32_t { WMS_FORMAT_CDMA_V01 = 0, WMS_FORMAT_GW_PP_V01 = 6 };
 enum : uint32_t {
-  WMS_MESSAGE_TYPE_POINT_TO_POINT_V01 = 0,
   WMS_RECEIPT_ACTION_DISCARD_V01 = 0,
   WMS_RECEIPT_ACTION_STORE_AND_NOTIFY_V01 = 1,
+  WMS_RECEIPT_ACTION_TRANSFER_ONLY_V01 = 2,
+  WMS_RECEIPT_ACTION_TRANSFER_AND_ACK_V01 = 3,
 };
 
 struct wms_set_event_report_req {
