@@ -16,6 +16,7 @@
 #include "vek_pal/minmea.h"
 #include "vek_pal/mq.h"
 #include "vek_pal/mutex.h"
+#include "vek_pal/net.h"
 #include "vek_pal/nvm.h"
 #include "vek_pal/qmi.h"
 #include "vek_pal/sem.h"

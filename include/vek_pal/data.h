@@ -21,7 +21,8 @@ enum { VEK_PAL_PDP_IPV4 = 1, VEK_PAL_PDP_IPV6 = 2, VEK_PAL_PDP_IPV4V6 = 3 };
 /** Values of `auth_type`: how the user name and the password are sent. */
 enum { VEK_PAL_AUTH_NONE = 0, VEK_PAL_AUTH_PAP = 1, VEK_PAL_AUTH_CHAP = 2, VEK_PAL_AUTH_PAP_OR_CHAP = 3 };
 
-/** What vek_pal_data_conn_sync() is asked for. The texts end with a zero byte; of a text without one, 127 bytes count. */
+/** What vek_pal_data_conn_sync() is asked for. The texts end with a zero byte; of a text without one, 127 bytes count.
+ */
 typedef struct {
   char apn_name[128];
   char user_name[128];
@@ -47,25 +48,25 @@ typedef struct {
 } vek_pal_data_conn_info;
 
 /**
- * Brings the data call up and waits until it can be used: finds the profile of the APN (case ignored) or makes one, starts
- * the sessions, waits for the interface to carry an address, adds the default routes, sets the MTU and puts the name
- * servers at the top of /etc/resolv.conf.
+ * Brings the data call up and waits until it can be used: finds the profile of the APN (case ignored) or makes one,
+ * starts the sessions, waits for the interface to carry an address, adds the default routes, sets the MTU and puts the
+ * name servers at the top of /etc/resolv.conf.
  * @param[in]  request  Copied; the caller's.
- * @param[out] info     The caller's. Cleared once the profile is known; filled in one go, and only on success.
+ * @param[out] info     The caller's. Cleared at the start; filled in one go, and only on success.
  * @retval 0   Up.
- * @retval -1  The records say which: an argument is NULL; the profiles cannot be read or made; no wanted family came up; the
- *             interface got no address in 14 looks 5 s apart; `pdp_type` is not 1 to 3. What was done by then stays, a
+ * @retval -1  The records say which: an argument is NULL; the profiles cannot be read or made; no wanted family came
+ * up; the interface got no address in 14 looks 5 s apart; `pdp_type` is not 1 to 3. What was done by then stays, a
  *             started session included: vek_pal_data_conn_release() takes it down.
  *
- * Takes seconds as a rule; at the worst each family 60 s of waiting for the network beside the modem's own time-outs, then
- * 70 s for the interface. A family that is already up is used as it is.
- * Threads: one thread in the process calls this or vek_pal_data_conn_release() at a time.
+ * Takes seconds as a rule; at the worst each family 60 s of waiting for the network beside the modem's own time-outs,
+ * then 70 s for the interface. A family that is already up is used as it is. Threads: one thread in the process calls
+ * this or vek_pal_data_conn_release() at a time.
  */
 VEK_PAL_API int vek_pal_data_conn_sync(const vek_pal_data_conn_request *request, vek_pal_data_conn_info *info);
 
 /**
- * Takes the data call down: the IPv4 session, then the IPv6 session, those that are up. The deactivation callback is not
- * called for it. Routes go with the interface; /etc/resolv.conf keeps its lines.
+ * Takes the data call down: the IPv4 session, then the IPv6 session, those that are up. The deactivation callback is
+ * not called for it. Routes go with the interface; /etc/resolv.conf keeps its lines.
  * @param[in] info  What vek_pal_data_conn_sync() filled; only looked at for being there.
  * @retval 0   Down. A modem that does not confirm within 60 s a family counts as done, with a record.
  * @retval -1  `info` is NULL, no session is up (one that the network ended is not), or the modem refused to stop one.
@@ -75,8 +76,8 @@ VEK_PAL_API int vek_pal_data_conn_sync(const vek_pal_data_conn_request *request,
 VEK_PAL_API int vek_pal_data_conn_release(const vek_pal_data_conn_info *info);
 
 /**
- * Registers who is told that the network ended a session. With both families up, each that ends is one call. A modem that
- * restarts ends them too.
+ * Registers who is told that the network ended a session. With both families up, each that ends is one call. A modem
+ * that restarts ends them too.
  * @param[in] callback  Replaces the one before. Runs on a thread of the library: it must return soon and must not wait
  *                      for the modem.
  * @param[in] user      Handed to the callback.
@@ -115,8 +116,8 @@ VEK_PAL_API int vek_pal_covert_ip_to_str(uint32_t ipv4, char *buf, int size);
 VEK_PAL_API int vek_pal_covert_ipv6_to_str(const uint8_t *ipv6, char *buf, int size);
 
 /**
- * Puts name servers at the top of /etc/resolv.conf, the primary first; what the file held follows unchanged. A missing file
- * is made. When /etc/resolv.conf is a symbolic link, the file that it leads to is replaced and the link stays.
+ * Puts name servers at the top of /etc/resolv.conf, the primary first; what the file held follows unchanged. A missing
+ * file is made. When /etc/resolv.conf is a symbolic link, the file that it leads to is replaced and the link stays.
  * @param[in] primary, secondary  Addresses as text, of either family. NULL or empty: not given; one must be.
  * @retval 0   Replaced, in one step: a crash leaves the old file or the new one.
  * @retval -1  None given, a text that is no address, or the file cannot be read or replaced; it is then as it was.
