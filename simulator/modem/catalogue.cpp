@@ -12,8 +12,107 @@ namespace {
 
 using vek::qmi::MessageType;
 
-constexpr Entry kEntries[] = {
-    {0x05, 0x31, MessageType::request, 0x01, "storage_type", "u8"},
+constexpr Entry kIndicationRegister[] = {
+    {0x10, "system_selection", "u8"}, {0x12, "ddtm", "u8"},
+    {0x14, "dual_standby", "u8"},     {0x15, "subscription_info", "u8"},
+    {0x17, "network_time", "u8"},     {0x1A, "error_rate", "u8"},
+    {0x1D, "managed_roaming", "u8"},  {0x1E, "current_plmn_name", "u8"},
+    {0x20, "rf_band", "u8"},          {0x21, "network_reject", "u8 on, u8 suppress_system_info"},
+};
+
+constexpr Entry kServingSystemIndication[] = {
+    {0x11, "data_capabilities", "a8<u8>"},
+    {0x15, "roaming_indicator_list", "a8<u8 radio_if, u8 roaming_indicator>"},
+    {0x1A, "time_zone", "i8"},
+    {0x1B, "daylight_saving", "u8"},
+    {0x21, "dtm", "u8"},
+    {0x22, "service_status_detail", "u8 service_status, u8 domain, u8 hdr_status, u8 hdr_hybrid, u8 forbidden"},
+    {0x26, "call_barring", "i32 cs, i32 ps"},
+    {0x2B, "name_source", "u32"},
+};
+
+constexpr Entry kServingSystem[] = {
+    {0x1A, "time_zone", "i8"},    {0x1B, "daylight_saving", "u8"},
+    {0x20, "dtm", "u8"},          {0x25, "call_barring", "i32 cs, i32 ps"},
+    {0x29, "name_source", "u32"},
+};
+
+constexpr Entry kSignalInfo[] = {
+    {0x11, "hdr", "i8 rssi, i16 ecio, u8 sinr, i32 io"},
+    {0x15, "tdscdma", "i8 rscp"},
+    {0x18, "nr5g_rsrq", "i16"},
+    {0x19, "wcdma_rscp", "i16"},
+};
+
+constexpr Entry kSystemInfo[] = {
+    {0x21, "lte_voice", "u8"},         {0x27, "sim_reject", "u32"}, {0x4E, "endc_available", "u8"},
+    {0x4F, "dcnr_restricted", "u8"},   {0x50, "nr5g_tac", "hex"},   {0x29, "ims_voice", "u8"},
+    {0x2A, "lte_voice_domain", "u32"},
+};
+
+constexpr Entry kSystemInfoIndication[] = {
+    {0x21, "lte_voice", "u8"},       {0x28, "sim_reject", "u32"}, {0x50, "endc_available", "u8"},
+    {0x51, "dcnr_restricted", "u8"}, {0x52, "nr5g_tac", "hex"},   {0x24, "plmn_unchanged", "u8"},
+};
+
+constexpr Entry kStartNetwork[] = {
+    {0x10, "primary_dns", "ip4"},         {0x11, "secondary_dns", "ip4"},      {0x15, "ipv4_address", "ip4"},
+    {0x30, "technology", "u8"},           {0x32, "profile_index_3gpp2", "u8"}, {0x33, "autoconnect", "u8"},
+    {0x34, "extended_technology", "u16"}, {0x35, "call_type", "u8"},
+};
+
+constexpr Entry kStopNetwork[] = {
+    {0x10, "disable_autoconnect", "u8"},
+};
+
+constexpr Entry kPacketServiceStatus[] = {
+    {0x34, "extended_technology", "u16"},
+};
+
+constexpr Entry kBindMuxPort[] = {
+    {0x13, "client_type", "u32"},
+};
+
+constexpr Entry kProfileList[] = {
+    {0xE0, "extended_error", "u16"},
+};
+
+constexpr Entry kProfile[] = {
+    {0x12, "header_compression", "u8"}, {0x13, "data_compression", "u8"}, {0x15, "primary_dns", "ip4"},
+    {0x16, "secondary_dns", "ip4"},     {0x1E, "ipv4_address", "ip4"},    {0x1F, "pcscf_by_pco", "u8"},
+    {0x21, "pcscf_by_dhcp", "u8"},      {0x22, "imcn_flag", "u8"},        {0xDD, "apn_types", "u64"},
+};
+
+constexpr Entry kRuntimeSettings[] = {
+    {0x10, "profile_name", "text"}, {0x1B, "username", "text"}, {0x1D, "authentication", "u8"},
+    {0x22, "pcscf_by_pco", "u8"},   {0x23, "pcscf", "a8<ip4>"}, {0x24, "pcscf_domains", "a8<s16>"},
+    {0x2A, "domains", "a8<s16>"},   {0x2C, "imcn_flag", "i8"},  {0x2D, "extended_technology", "u16"},
+};
+
+struct Group {
+  uint8_t service;
+  uint16_t message;
+  MessageType type;
+  std::span<const Entry> entries;
+};
+
+constexpr Group kGroups[] = {
+    {0x03, 0x03, MessageType::request, kIndicationRegister},
+    {0x03, 0x24, MessageType::indication, kServingSystemIndication},
+    {0x03, 0x24, MessageType::response, kServingSystem},
+    {0x03, 0x4F, MessageType::response, kSignalInfo},
+    {0x03, 0x51, MessageType::indication, kSignalInfo},
+    {0x03, 0x4D, MessageType::response, kSystemInfo},
+    {0x03, 0x4E, MessageType::indication, kSystemInfoIndication},
+    {0x01, 0x20, MessageType::request, kStartNetwork},
+    {0x01, 0x21, MessageType::request, kStopNetwork},
+    {0x01, 0x22, MessageType::indication, kPacketServiceStatus},
+    {0x01, 0xA2, MessageType::request, kBindMuxPort},
+    {0x01, 0x2A, MessageType::response, kProfileList},
+    {0x01, 0x27, MessageType::request, kProfile},
+    {0x01, 0x28, MessageType::request, kProfile},
+    {0x01, 0x2B, MessageType::response, kProfile},
+    {0x01, 0x2D, MessageType::response, kRuntimeSettings},
 };
 
 struct Words {
@@ -107,11 +206,12 @@ constexpr ErrorName kErrorNames[] = {
 }  // namespace
 
 const Entry* find(const vek::qmi::FrameHeader& header, uint8_t tlv) {
-  const auto at = std::ranges::find_if(kEntries, [&](const Entry& entry) {
-    return entry.service == header.service && entry.message == header.message_id && entry.type == header.type &&
-           entry.tlv == tlv;
-  });
-  return at == std::end(kEntries) ? nullptr : &*at;
+  for (const Group& group : kGroups) {
+    if (group.service != header.service || group.message != header.message_id || group.type != header.type) continue;
+    const auto at = std::ranges::find(group.entries, tlv, &Entry::tlv);
+    if (at != group.entries.end()) return &*at;
+  }
+  return nullptr;
 }
 
 std::string message_name(const vek::qmi::FrameHeader& header) {

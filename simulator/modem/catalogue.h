@@ -17,9 +17,6 @@ namespace simulated::catalogue {
 // left), s8 and s16 (text with its length), b8 and b16 (bytes with their length), cN (N characters), and lists a8<...>,
 // a16<...>, a32<...>. A single value needs no name.
 struct Entry {
-  uint8_t service;
-  uint16_t message;
-  vek::qmi::MessageType type;
   uint8_t tlv;
   std::string_view name;
   std::string_view layout;

@@ -124,10 +124,9 @@ OrderedJson read_layout(std::string_view layout, ByteReader& reader) {
       depth += layout[end] == '<' ? 1 : layout[end] == '>' ? -1 : 0;
     const std::string_view item = trimmed(layout.substr(0, end));
     layout.remove_prefix(std::min(end + 1, layout.size()));
-    const size_t after_form = item.ends_with('>') ? item.npos : item.find_last_of("> ");
-    if (after_form == item.npos) return read_form(item, reader);
-    json[std::string(trimmed(item.substr(after_form + 1)))] =
-        read_form(trimmed(item.substr(0, after_form + (item[after_form] == '>'))), reader);
+    const size_t name = item.ends_with('>') ? item.npos : item.rfind(' ');
+    if (name == item.npos) return read_form(item, reader);
+    json[std::string(item.substr(name + 1))] = read_form(trimmed(item.substr(0, name)), reader);
   }
   return json;
 }
