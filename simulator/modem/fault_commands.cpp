@@ -36,7 +36,7 @@ Bytes bytes_from_hex(const std::string& text) {
 
 void declare_answer(Modem& modem, CLI::App& modem_group, const ReplyPtr& reply) {
   struct Arguments {
-    std::string service, message, how, error = "0";
+    std::string service, message, how, number = "0";
     int times = -1;
   };
   auto& given = reply->argument<Arguments>();
@@ -45,10 +45,10 @@ void declare_answer(Modem& modem, CLI::App& modem_group, const ReplyPtr& reply) 
   answer->add_option("message", given.message, "Its number: 0x20")->required();
   answer
       ->add_option("how", given.how,
-                   "error N, nothing, no-result (an answer that does not say how it went), or normally")
+                   "error N, late MS, nothing, no-result (an answer that does not say how it went), or normally")
       ->required()
-      ->check(CLI::IsMember({"error", "nothing", "no-result", "normally"}));
-  answer->add_option("number", given.error, "The error's number");
+      ->check(CLI::IsMember({"error", "late", "nothing", "no-result", "normally"}));
+  answer->add_option("number", given.number, "The error's number, or milliseconds");
   answer->add_option("--times", given.times, "So often, then normally again (else without end)")
       ->check(CLI::PositiveNumber);
   answer->callback([&modem, &given] {
@@ -61,10 +61,13 @@ void declare_answer(Modem& modem, CLI::App& modem_group, const ReplyPtr& reply) 
     }
     Fault fault{.kind = Fault::Kind::nothing, .times = given.times};
     if (given.how == "no-result") fault.kind = Fault::Kind::no_result;
-    if (given.how == "error") {
-      fault.kind = Fault::Kind::error;
-      fault.error = number(given.error, 0xFFFF);
-      if (fault.error == 0) throw std::runtime_error("which error? modem answer SERVICE MESSAGE error N");
+    if (given.how == "error" || given.how == "late") {
+      const unsigned value = number(given.number, 0xFFFF);
+      if (value == 0)
+        throw std::runtime_error("modem answer SERVICE MESSAGE error N, or late MS: the number is missing");
+      fault.kind = given.how == "late" ? Fault::Kind::late : Fault::Kind::error;
+      fault.error = value;
+      fault.delay = std::chrono::milliseconds(value);
     }
     modem.faults[at] = fault;
   });

@@ -17,7 +17,7 @@ void add_identity_commands(AtCommands& commands, Modem& modem) {
   });
   commands.add("+GTOEMUSBID", [&identity](const AtRequest& request) {
     if (request.form != AtForm::read) return AtAnswer::error();
-    return AtAnswer::ok({fmt::format("+GTOEMUSBID: {}", identity.usb_ids)});
+    return AtAnswer::ok({fmt::format("+GTOEMUSBID:{}", identity.usb_ids)});
   });
 }
 

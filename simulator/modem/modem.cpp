@@ -164,11 +164,14 @@ void Modem::receive(Link& link, std::span<const uint8_t> bytes) {
   header.type = vek::qmi::MessageType::response;
   outgoing.front() = {link.id(), frame_from_modem(header, tlvs)};
 
-  if (const auto delay = delays.find(header.service); delay != delays.end()) {
-    after(delay->second, [this, outgoing = std::move(outgoing)] { send_batch(outgoing); });
-  } else {
-    send_batch(outgoing);
+  auto delay = std::chrono::milliseconds::zero();
+  if (fault && fault->kind == Fault::Kind::late) {
+    delay = fault->delay;
+  } else if (const auto at = delays.find(header.service); at != delays.end()) {
+    delay = at->second;
   }
+  if (delay == delay.zero()) return send_batch(outgoing);
+  after(delay, [this, outgoing = std::move(outgoing)] { send_batch(outgoing); });
 }
 
 Response Modem::handle(const vek::qmi::Frame& request, const std::optional<Fault>& fault, Link& link) {

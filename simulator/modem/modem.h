@@ -144,8 +144,9 @@ const Service* find_service(std::string_view name_or_number);  // "NAS", "3" or 
 
 // What a fault does to one message of a service.
 struct Fault {
-  enum class Kind { error, nothing, no_result } kind;
+  enum class Kind { error, nothing, no_result, late } kind;
   uint32_t error = QMI_ERR_NONE_V01;
+  std::chrono::milliseconds delay{0};
   int times = -1;  // how often still; -1 without end
 };
 
