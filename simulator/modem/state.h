@@ -178,14 +178,14 @@ struct StoredMessage {
   Bytes raw = {};      // service-centre address, then the TPDU
 };
 
-struct Route {
+struct MessageRoute {
   uint8_t type = 0, message_class = 0, storage = 0, action = 0;
 };
 
 struct Messages {
   std::array<std::map<uint32_t, StoredMessage>, 2> stores = {};  // 0 on the card, 1 in the modem
   std::array<uint32_t, 2> capacity = {20, 255};
-  std::vector<Route> routes = {{0, 0, 1, 1}, {0, 1, 1, 1}, {0, 2, 0, 1}, {0, 3, 1, 1}, {0, 4, 1, 1}};
+  std::vector<MessageRoute> routes = {{0, 0, 1, 1}, {0, 1, 1, 1}, {0, 2, 0, 1}, {0, 3, 1, 1}, {0, 4, 1, 1}};
 };
 
 struct State {
