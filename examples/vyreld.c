@@ -15,6 +15,9 @@
 
 enum { REQUESTS_MAX = 16, COMMAND_ID = 0x5659 };
 
+/* Ids of settings (nvm.h). */
+enum { DEVICE_MANAGER_SETTINGS = 112, SERVICE_AND_DIAGNOSIS_MODE = 114, FILE_LOGGING = 241 };
+
 static const char* const service_names[] = {
     [VEK_VYREL_DEVICE_MANAGER] = "device manager",      [VEK_VYREL_BOOTSTRAP] = "bootstrap",
     [VEK_VYREL_CONNECT_MANAGER] = "connection manager", [VEK_VYREL_PC_CLIENT] = "PC client",
@@ -77,8 +80,28 @@ static void on_mbim_connect(int status, const char* apn, void* user) {
   show("MBIM connect status %d, APN \"%s\"", status, apn);
 }
 
+/* The settings that the AT commands read and change. A module that has never run the feature has none of them. */
+static void provide_settings(void) {
+  static const struct {
+    uint32_t id;
+    uint32_t size;
+  } settings[] = {
+      {DEVICE_MANAGER_SETTINGS, sizeof(vek_vyrel_devmgr_settings)},
+      {SERVICE_AND_DIAGNOSIS_MODE, sizeof(vek_vyrel_modes)},
+      {FILE_LOGGING, 1},
+  };
+  uint8_t value[64] = {0};
+  for (size_t i = 0; i < sizeof(settings) / sizeof(settings[0]); ++i) {
+    if (vek_pal_nvm_read(settings[i].id, value, settings[i].size) == 0) continue;
+    memset(value, 0, sizeof(value));
+    if (vek_pal_nvm_write(settings[i].id, value, settings[i].size) != 0)
+      show("cannot store setting %u", settings[i].id);
+  }
+}
+
 static int start(void) {
   const vek_pal_at_registration commands = {"vyreld", COMMAND_ID, 0, on_service_request};
+  provide_settings();
   vek_pal_log_init(); /* without it records still go to standard error */
   if (vek_pal_ipc_server_init() != 0) return -1;
   if (vek_pal_at_register(&commands) != 0) return -1;
