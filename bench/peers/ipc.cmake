@@ -1,0 +1,1 @@
+set(peers_ipc gio-2.0 libsystemd)

@@ -1,0 +1,1 @@
+set(peers_log spdlog)
