@@ -72,7 +72,8 @@ void round_trip_ours(benchmark::State& state) {
   static const int started = [] {
     vek_pal_ipc_server_init();
     vek_pal_ipc_msg_register_cmd(
-        100, [](int32_t, void* payload, int32_t length, void*) {
+        100,
+        [](int32_t, void* payload, int32_t length, void*) {
           vek_pal_ipc_send_msg(kReply, payload, static_cast<uint32_t>(length), 0);
         },
         nullptr);
@@ -193,8 +194,8 @@ void at_gio(benchmark::State& state) {
 [[maybe_unused]] const bool registered =
     bench::row("ipc_send/ours", send_ours) && bench::row("ipc_send/floor", send_floor) &&
     bench::row("ipc_send/peer:sd-bus", round_trip_sd_bus) && bench::row("ipc_round_trip/ours", round_trip_ours) &&
-    bench::row("ipc_round_trip/floor", round_trip_floor) && bench::row("ipc_round_trip/peer:sd-bus", round_trip_sd_bus) &&
-    bench::row("at_exchange/ours", at_ours) && bench::row("at_exchange/floor", at_floor) &&
-    bench::row("at_exchange/peer:GIO", at_gio);
+    bench::row("ipc_round_trip/floor", round_trip_floor) &&
+    bench::row("ipc_round_trip/peer:sd-bus", round_trip_sd_bus) && bench::row("at_exchange/ours", at_ours) &&
+    bench::row("at_exchange/floor", at_floor) && bench::row("at_exchange/peer:GIO", at_gio);
 
 }  // namespace

@@ -16,6 +16,8 @@
 #include "row.h"
 #include "vek_pal.h"
 
+unsigned g_floor_level = 1;  // with external linkage, so that the compiler cannot know it
+
 namespace {
 
 constexpr char kFloorFile[] = "/floor_log.txt";
@@ -25,7 +27,8 @@ pthread_mutex_t g_mutex = PTHREAD_MUTEX_INITIALIZER;
 char g_buffer[1024];
 FILE* g_file;
 
-__attribute__((noinline, format(printf, 3, 4))) void floor_record(bool to_file, const char* func, const char* fmt, ...) {
+__attribute__((noinline, format(printf, 3, 4))) void floor_record(bool to_file, const char* func, const char* fmt,
+                                                                  ...) {
   pthread_mutex_lock(&g_mutex);
   memset(g_buffer, 0, sizeof g_buffer);
   size_t length = 0;
@@ -52,8 +55,6 @@ __attribute__((noinline, format(printf, 3, 4))) void floor_record(bool to_file, 
   benchmark::DoNotOptimize(write(STDERR_FILENO, g_buffer, length));
   pthread_mutex_unlock(&g_mutex);
 }
-
-unsigned g_floor_level = 1;
 
 __attribute__((noinline, format(printf, 2, 3))) void floor_suppressed(const char*, const char* fmt, ...) {
   if (__builtin_expect(g_floor_level < 4, 1)) return;

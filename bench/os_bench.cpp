@@ -84,8 +84,7 @@ struct OurSem {
 struct FloorSem {
   sem_t* handle;
   const char* name;
-  explicit FloorSem(const char* sem_name)
-      : handle(sem_open(sem_name, O_CREAT | O_RDWR, 0600, 0)), name(sem_name) {}
+  explicit FloorSem(const char* sem_name) : handle(sem_open(sem_name, O_CREAT | O_RDWR, 0600, 0)), name(sem_name) {}
   ~FloorSem() {
     sem_close(handle);
     sem_unlink(name);
@@ -177,7 +176,8 @@ class Lmdb {
     in_transaction(0, [](auto* txn, auto table, auto& key, auto& value) { mdb_put(txn, table, &key, &value, 0); });
   }
   void get() {
-    in_transaction(MDB_RDONLY, [](auto* txn, auto table, auto& key, auto& value) { mdb_get(txn, table, &key, &value); });
+    in_transaction(MDB_RDONLY,
+                   [](auto* txn, auto table, auto& key, auto& value) { mdb_get(txn, table, &key, &value); });
   }
 
  private:
@@ -198,10 +198,12 @@ void item_read_lmdb(benchmark::State& state) {
     bench::row("malloc_free/ours", memory_ours) && bench::row("malloc_free/floor", memory_floor) &&
     bench::row("malloc_free/peer:GLib", memory_glib) && bench::row("mutex_lock_unlock/ours", mutex_ours) &&
     bench::row("mutex_lock_unlock/floor", mutex_floor) && bench::row("mutex_lock_unlock/peer:GLib", mutex_glib) &&
-    bench::row("sem_post_wait/ours", sem_post_wait<OurSem>) && bench::row("sem_post_wait/floor", sem_post_wait<FloorSem>) &&
-    bench::row("sem_ping_pong/ours", sem_ping_pong<OurSem>) && bench::row("sem_ping_pong/floor", sem_ping_pong<FloorSem>) &&
-    bench::row("item_read/ours", item_read_ours) && bench::row("item_read/floor", item_read_floor) &&
-    bench::row("item_read/peer:LMDB", item_read_lmdb) && bench::row("item_write/ours", item_write_ours) &&
-    bench::row("item_write/floor", item_write_floor) && bench::row("item_write/peer:LMDB", item_write_lmdb);
+    bench::row("sem_post_wait/ours", sem_post_wait<OurSem>) &&
+    bench::row("sem_post_wait/floor", sem_post_wait<FloorSem>) &&
+    bench::row("sem_ping_pong/ours", sem_ping_pong<OurSem>) &&
+    bench::row("sem_ping_pong/floor", sem_ping_pong<FloorSem>) && bench::row("item_read/ours", item_read_ours) &&
+    bench::row("item_read/floor", item_read_floor) && bench::row("item_read/peer:LMDB", item_read_lmdb) &&
+    bench::row("item_write/ours", item_write_ours) && bench::row("item_write/floor", item_write_floor) &&
+    bench::row("item_write/peer:LMDB", item_write_lmdb);
 
 }  // namespace

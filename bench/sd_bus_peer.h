@@ -25,12 +25,11 @@ class SdBusPeer {
     sd_bus_get_unique_name(service_, &name_);
     thread_ = std::thread([this] {
       while (!over_)
-        if (sd_bus_process(service_, nullptr) == 0) sd_bus_wait(service_, 100'000);
+        if (sd_bus_process(service_, nullptr) == 0) sd_bus_wait(service_, 20'000);
     });
   }
   ~SdBusPeer() {
     over_ = true;
-    call("");
     thread_.join();
     sd_bus_close_unref(caller_);
     sd_bus_close_unref(service_);
@@ -40,8 +39,7 @@ class SdBusPeer {
 
   bool call(const char* text) {
     sd_bus_message* reply = nullptr;
-    const int result =
-        sd_bus_call_method(caller_, name_, "/bench", "bench.Peer", "Echo", nullptr, &reply, "s", text);
+    const int result = sd_bus_call_method(caller_, name_, "/bench", "bench.Peer", "Echo", nullptr, &reply, "s", text);
     sd_bus_message_unref(reply);
     return result >= 0;
   }
@@ -59,7 +57,8 @@ class SdBusPeer {
     daemon_ = fork();
     if (daemon_ == 0) {
       const std::string print = "--print-address=" + std::to_string(address[1]);
-      execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--address=unix:tmpdir=/tmp", print.c_str(), nullptr);
+      execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--address=unix:tmpdir=/tmp", print.c_str(),
+             nullptr);
       _exit(127);
     }
     close(address[1]);
@@ -86,9 +85,8 @@ class SdBusPeer {
     return bus;
   }
 
-  static constexpr sd_bus_vtable kMethods[] = {SD_BUS_VTABLE_START(0),
-                                               SD_BUS_METHOD("Echo", "s", "s", echo, SD_BUS_VTABLE_UNPRIVILEGED),
-                                               SD_BUS_VTABLE_END};
+  static constexpr sd_bus_vtable kMethods[] = {
+      SD_BUS_VTABLE_START(0), SD_BUS_METHOD("Echo", "s", "s", echo, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
 
   pid_t daemon_ = -1;
   std::string address_;

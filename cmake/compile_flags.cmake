@@ -42,7 +42,7 @@ add_library(vek_pal_objects OBJECT)
 target_link_libraries(vek_pal_objects PUBLIC vek_inside)
 target_compile_options(vek_pal_objects PRIVATE
   -fno-exceptions -fno-rtti -fno-threadsafe-statics
-  -fPIC -fvisibility=hidden -ffunction-sections -fdata-sections -fstack-protector-strong)
+  -fPIC -fvisibility=hidden -fno-semantic-interposition -fno-plt -ffunction-sections -fdata-sections -fstack-protector-strong)
 if(NOT VEK_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL Release)
   target_compile_options(vek_pal_objects PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()

@@ -97,8 +97,8 @@ bool is_final(std::string_view chunk) {
   return chunk.find("ERROR") != std::string_view::npos || chunk.find("OK") != std::string_view::npos;
 }
 
-// Sends the line and collects what comes back, at most kBufferSize bytes. A server that hangs up gets the line again over
-// a new connection.
+// Sends the line and collects what comes back, at most kBufferSize bytes. A server that hangs up gets the line again
+// over a new connection.
 bool exchange(std::string_view line, char* chunk, char* collected, size_t& total) {
   if (!send_line(line)) return false;
   int reconnects_left = kReconnects;
@@ -169,8 +169,7 @@ int vek_pal_at_send(const char* command, uint32_t command_size, char* response, 
   if (response_len != nullptr) *response_len = 0;
   if (command == nullptr || command_size == 0 || response == nullptr || response_size == 0 || response_len == nullptr)
     return FAIL(-1, "Invalid parameter!");
-  if (g_connection == -1 && vek_pal_ipc_at_clinet_init() != 0)
-    return FAIL(-1, "socket is not init or init error!");
+  if (g_connection == -1 && vek_pal_ipc_at_clinet_init() != 0) return FAIL(-1, "socket is not init or init error!");
 
   const AtLock lock(AtLock::kMake);
   if (!lock) return FAIL(-1, "socket is not init or init error!");

@@ -20,7 +20,8 @@ constexpr size_t kReceiveMax = 1024;
 constexpr size_t kEntries = 16;
 constexpr uint32_t kStackSize = 20480;
 
-// Registrations and a wipe of the table may come while a message is delivered; `callback` is stored last and cleared first.
+// Registrations and a wipe of the table may come while a message is delivered; `callback` is stored last and cleared
+// first.
 struct Entry {
   std::atomic<int32_t> msg_id;
   std::atomic<vek_pal_ipc_callback> callback;

@@ -151,13 +151,14 @@ int vek_pal_log(unsigned level, const char* tag, const char* fmt, va_list args) 
   return result;
 }
 
-#define LOG_FUNCTION(name, level)                     \
-  void name(const char* tag, const char* fmt, ...) {  \
-    if (vek_pal_log_should_log(level) == 0) return;   \
-    va_list args;                                     \
-    va_start(args, fmt);                              \
-    vek_pal_log(level, tag, fmt, args);               \
-    va_end(args);                                     \
+// The gate comes first and costs a compare; these hold nothing that a stack guard could protect.
+#define LOG_FUNCTION(name, level)                                                        \
+  __attribute__((no_stack_protector)) void name(const char* tag, const char* fmt, ...) { \
+    if (__builtin_expect((level) > static_cast<int>(vek::log::g_level), 0)) return;      \
+    va_list args;                                                                        \
+    va_start(args, fmt);                                                                 \
+    vek_pal_log(level, tag, fmt, args);                                                  \
+    va_end(args);                                                                        \
   }
 
 LOG_FUNCTION(vek_pal_logf, VEK_PAL_LOG_FATAL)
@@ -166,3 +167,5 @@ LOG_FUNCTION(vek_pal_logw, VEK_PAL_LOG_WARNING)
 LOG_FUNCTION(vek_pal_logi, VEK_PAL_LOG_INFO)
 LOG_FUNCTION(vek_pal_logd, VEK_PAL_LOG_DEBUG)
 LOG_FUNCTION(vek_pal_logt, VEK_PAL_LOG_TRACE)
+
+#undef LOG_FUNCTION

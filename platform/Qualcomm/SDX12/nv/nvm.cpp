@@ -1,7 +1,6 @@
 #include "vek_pal/nvm.h"
 
 #include <fcntl.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -22,11 +21,17 @@ constexpr unsigned kEndId = 242;  // also what the lookup answers for it: one pa
 constexpr mode_t kDirectoryMode = 0700;
 constexpr mode_t kFileMode = 0644;
 
+constexpr size_t kDirectoryLength = sizeof kDirectory - 1;
+constexpr size_t kFileNameMax = 255;
+
 struct Path {
-  char text[sizeof kDirectory + 255];
+  char text[kDirectoryLength + kFileNameMax + 1];
 
   explicit Path(const vek_nvm_row& row) {
-    snprintf(text, sizeof text, "%s%.255s", kDirectory, row.file_name != nullptr ? row.file_name : "");
+    const size_t length = strnlen(row.file_name, kFileNameMax);
+    memcpy(text, kDirectory, kDirectoryLength);
+    memcpy(text + kDirectoryLength, row.file_name, length);
+    text[kDirectoryLength + length] = '\0';
   }
 };
 

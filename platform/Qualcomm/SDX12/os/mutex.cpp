@@ -22,6 +22,12 @@ bool done(int result) {
   return result == 0;
 }
 
+// Out of the way of the calls that succeed.
+[[gnu::noinline, gnu::cold]] int failed(const char* operation, vek_pal_mutex_t m, int error) {
+  errno = error;
+  return FAIL(-1, "%s %p failed cause: %d %s", operation, static_cast<void*>(m), errno, strerror(errno));
+}
+
 void release(void* block) {
   LOG_I("free %p", block);
   vek_pal_free(block);
@@ -63,9 +69,8 @@ int vek_pal_mutex_create(vek_pal_mutex_t* m) {
 int vek_pal_mutex_lock(vek_pal_mutex_t m) {
   if (m == nullptr) return FAIL(VEK_PAL_MUTEX_BAD_ARGUMENT, "The input parameter is incorrect");
   LOG_D("Lock %p", static_cast<void*>(m));
-  if (!done(pthread_mutex_lock(m->mutex)))
-    return FAIL(-1, "Lock %p failed cause: %d %s", static_cast<void*>(m), errno, strerror(errno));
-  return 0;
+  const int error = pthread_mutex_lock(m->mutex);
+  return error == 0 ? 0 : failed("Lock", m, error);
 }
 
 int vek_pal_mutex_trylock(vek_pal_mutex_t m) {
@@ -80,9 +85,8 @@ int vek_pal_mutex_trylock(vek_pal_mutex_t m) {
 int vek_pal_mutex_unlock(vek_pal_mutex_t m) {
   if (m == nullptr) return FAIL(VEK_PAL_MUTEX_BAD_ARGUMENT, "The input parameter is incorrect");
   LOG_D("UnLock %p", static_cast<void*>(m));
-  if (!done(pthread_mutex_unlock(m->mutex)))
-    return FAIL(-1, "UnLock %p failed cause: %d %s", static_cast<void*>(m), errno, strerror(errno));
-  return 0;
+  const int error = pthread_mutex_unlock(m->mutex);
+  return error == 0 ? 0 : failed("UnLock", m, error);
 }
 
 int vek_pal_mutex_delete(vek_pal_mutex_t* m) {
