@@ -1,0 +1,158 @@
+// vekctl gnss: a fix, and what the library reads in a receiver's log.
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+#include <sys/msg.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <mutex>
+#include <thread>
+
+#include "command.h"
+#include "sentence_json.h"
+#include "vek_pal/at_client.h"
+#include "vek_pal/gnss.h"
+
+namespace vekctl {
+namespace {
+
+using std::chrono::steady_clock;
+
+// No acquisition that reached the receiver ends before.
+constexpr std::chrono::seconds kShortestAcquisition{4};
+
+// Counts the seconds on a terminal while the library works.
+class Progress {
+ public:
+  explicit Progress(unsigned limit) {
+    if (isatty(STDERR_FILENO) == 0) return;
+    ticker_ = std::jthread([this, limit](const std::stop_token& stop) {
+      std::mutex mutex;
+      std::unique_lock lock(mutex);
+      for (unsigned seconds = 0; !stop.stop_requested(); seconds++) {
+        const unsigned done = std::min(seconds * kWidth / limit, kWidth);
+        fmt::print(stderr, "\rwaiting for a fix [{:#<{}}{:.<{}}] {} s of {} s ", "", done, "", kWidth - done, seconds,
+                   limit);
+        tick_.wait_for(lock, stop, std::chrono::seconds(1), [] { return false; });
+      }
+      fmt::print(stderr, "\r\033[K");
+    });
+  }
+
+ private:
+  static constexpr unsigned kWidth = 30;
+  std::condition_variable_any tick_;
+  std::jthread ticker_;
+};
+
+// Ctrl-C in the middle leaves the receiver as it was found: off, and no queue behind.
+std::atomic<bool> g_acquiring = false;
+
+void switch_off() {
+  if (!g_acquiring) return;
+  constexpr char kPowerOff[] = "AT+GTGPSPOWER=0\r\n";
+  char response[256];
+  uint32_t length = 0;
+  vek_pal_at_send(kPowerOff, sizeof kPowerOff, response, sizeof response, &length);
+  if (const int queue = msgget(0x1111, 0); queue >= 0) msgctl(queue, IPC_RMID, nullptr);
+}
+
+Json number(float value) { return std::isnan(value) ? Json(nullptr) : Json(static_cast<double>(value)); }
+
+// What a float holds of a coordinate, and no digits that it does not.
+double rounded(float degrees) { return std::round(static_cast<double>(degrees) * 1e6) / 1e6; }
+
+const char* constellation(int type) {
+  switch (type) {
+    case VEK_PAL_GNSS_SAT_GPS:
+      return "GPS";
+    case VEK_PAL_GNSS_SAT_GLONASS:
+      return "GLONASS";
+    case VEK_PAL_GNSS_SAT_BEIDOU:
+      return "BeiDou";
+    case VEK_PAL_GNSS_SAT_SEVERAL:
+      return "several";
+    default:
+      return "none";
+  }
+}
+
+Json fix(Run& run, unsigned timeout) {
+  vek_pal_gnss_location_t found{};
+  std::atexit(switch_off);
+  const auto start = steady_clock::now();
+  g_acquiring = true;
+  int result;
+  {
+    const Progress progress(timeout);
+    result = vek_pal_gnss_info_acquire(timeout, &found);
+  }
+  g_acquiring = false;
+
+  if (found.IsValid == 0) {
+    if (steady_clock::now() - start < kShortestAcquisition)
+      throw Failure("the module's AT server does not answer (127.0.0.1, port 40096)");
+    throw Failure(fmt::format("no fix within {} s; satellites in view: {}", timeout, found.Satellite_num));
+  }
+  if (result != 0) run.complain("the fix came with the last poll, or the receiver could not be switched off");
+
+  const double latitude = rounded(found.Latitude), longitude = rounded(found.Longitude);
+  return {
+      {"latitude", latitude},
+      {"longitude", longitude},
+      {"altitude", number(std::round(found.Altitude * 10) / 10)},
+      {"hdop", number(std::round(found.Hdop * 100) / 100)},
+      {"satellites", found.Satellite_num},
+      {"constellation", constellation(found.SatType)},
+      {"time", fmt::format("{:%FT%TZ}", fmt::gmtime(static_cast<time_t>(found.Timestamp)))},
+      {"map", fmt::format("https://www.openstreetmap.org/?mlat={0:.6f}&mlon={1:.6f}#map=16/{0:.6f}/{1:.6f}", latitude,
+                          longitude)},
+  };
+}
+
+Json parse(const std::string& file) {
+  std::ifstream log(file);
+  std::istream& input = file == "-" ? std::cin : log;
+  if (!input) throw Failure("cannot read " + file);
+  Json sentences = Json::array();
+  int read = 0;
+  for (std::string line; std::getline(input, line);) {
+    if (line.ends_with('\r')) line.pop_back();
+    if (!line.starts_with('$')) continue;
+    Json sentence = {{"sentence", line}};
+    sentence.update(sentence_json(line));
+    if (!sentence.contains("error")) read++;
+    sentences.push_back(std::move(sentence));
+  }
+  const std::size_t found = sentences.size();
+  return {{"sentences", std::move(sentences)}, {"found", found}, {"read", read}};
+}
+
+const Group kGroup{
+    "gnss", [](CLI::App& top, Run& run) {
+      CLI::App* gnss = top.add_subcommand("gnss", "Positions")->require_subcommand(1);
+
+      static unsigned timeout = 60;
+      CLI::App* fix_command = gnss->add_subcommand("fix", "Switches the receiver on until it knows where it is");
+      fix_command
+          ->add_option("--timeout", timeout, "Seconds; 2 or more, for the answer to the only poll is not looked at")
+          ->capture_default_str()
+          ->check(CLI::Range(2u, 86400u));
+      run.command(fix_command, [&run] { return fix(run, timeout); });
+
+      static std::string file;
+      CLI::App* parse_command =
+          gnss->add_subcommand("parse", "What the library reads in a receiver's log, sentence by sentence");
+      parse_command->add_option("FILE", file, "Lines that start with $ count; - is standard input")->required();
+      run.command(parse_command, [] { return parse(file); });
+    }};
+
+}  // namespace
+}  // namespace vekctl
