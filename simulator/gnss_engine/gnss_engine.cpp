@@ -128,12 +128,12 @@ Observation GnssEngine::observe(Fault fault) const {
   else if (fault == Fault::no_fix)
     seen.knowledge = Knowledge::time;
   seen.place = place_;
-  if (route_) {
+  if (journey_) {
     const std::chrono::duration<double> under_way = std::chrono::steady_clock::now() - departure_;
-    const Movement movement = route_->after(under_way.count());
+    const Movement movement = journey_->after(under_way.count());
     seen.place = movement.place;
     seen.course = movement.course;
-    if (!movement.arrived) seen.speed_knots = route_->metres_per_second() / kMetresPerSecondPerKnot;
+    if (!movement.arrived) seen.speed_knots = journey_->metres_per_second() / kMetresPerSecondPerKnot;
   }
   return seen;
 }
@@ -146,12 +146,12 @@ GnssEngine::Fault GnssEngine::take_fault() {
 
 void GnssEngine::stand_at(const Place& place) {
   place_ = place;
-  route_.reset();
+  journey_.reset();
   log_.reset();
 }
 
-void GnssEngine::start_route(std::vector<Place> points, double km_per_hour) {
-  route_.emplace(std::move(points), km_per_hour / 3.6);
+void GnssEngine::set_out(std::vector<Place> points, double km_per_hour) {
+  journey_.emplace(std::move(points), km_per_hour / 3.6);
   departure_ = std::chrono::steady_clock::now();
   log_.reset();
 }
@@ -166,7 +166,7 @@ Json GnssEngine::status() const {
   }
   const Observation seen = observe(Fault::none);
   facts["place"] = fmt::format("{:.6f},{:.6f},{:.1f}", seen.place.latitude, seen.place.longitude, seen.place.altitude);
-  facts["route"] = route_.has_value();
+  facts["route"] = journey_.has_value();
   for (const auto& [name, constellation] : kConstellations)
     for (const Constellation used : constellations_)
       if (used == constellation) facts["constellations"].push_back(name);
@@ -191,8 +191,8 @@ void GnssEngine::add_control() {
     route->callback([this, reply, &points, &speed] {
       std::vector<Place> places;
       for (const std::string& point : points) places.push_back(place_of(point));
-      start_route(std::move(places), speed);
-      reply->done(fmt::format("{:.1f} km, {:.0f} s", route_->metres() / 1000, route_->metres() / speed * 3.6));
+      set_out(std::move(places), speed);
+      reply->done(fmt::format("{:.1f} km, {:.0f} s", journey_->metres() / 1000, journey_->metres() / speed * 3.6));
     });
 
     auto& file = reply->argument<std::string>();

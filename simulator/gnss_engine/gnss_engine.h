@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "control/module.h"
+#include "gnss_engine/journey.h"
 #include "gnss_engine/log_replay.h"
-#include "gnss_engine/route.h"
 #include "gnss_engine/sentences.h"
 
 namespace simulated {
@@ -30,7 +30,7 @@ class GnssEngine {
   Observation observe(Fault fault) const;
   Fault take_fault();
   void stand_at(const Place& place);
-  void start_route(std::vector<Place> points, double km_per_hour);
+  void set_out(std::vector<Place> points, double km_per_hour);
   Json status() const;
 
   Module& module_;
@@ -39,7 +39,7 @@ class GnssEngine {
   int cold_start_ = 2;  // polls without a fix
   std::vector<Constellation> constellations_ = {Constellation::gps, Constellation::glonass};
   Place place_{46.056915, 14.505785, 298.0};
-  std::optional<Route> route_;
+  std::optional<Journey> journey_;
   std::chrono::steady_clock::time_point departure_;
   std::optional<LogReplay> log_;
   std::string log_file_;

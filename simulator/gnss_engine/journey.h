@@ -9,13 +9,13 @@ namespace simulated {
 struct Movement {
   Place place;
   double course = 0;     // degrees
-  bool arrived = false;  // at the last point of the route
+  bool arrived = false;  // at the last point
 };
 
 // A way along great circles through two or more points, at one speed. Altitude changes evenly between points.
-class Route {
+class Journey {
  public:
-  Route(std::vector<Place> points, double metres_per_second);
+  Journey(std::vector<Place> points, double metres_per_second);
 
   Movement after(double seconds) const;
   double metres() const { return metres_; }

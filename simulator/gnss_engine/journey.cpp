@@ -1,4 +1,4 @@
-#include "gnss_engine/route.h"
+#include "gnss_engine/journey.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,16 +40,16 @@ Place ahead(const Place& from, double course, double metres) {
 
 }  // namespace
 
-Route::Route(std::vector<Place> points, double metres_per_second)
+Journey::Journey(std::vector<Place> points, double metres_per_second)
     : points_(std::move(points)), speed_(metres_per_second) {
-  if (points_.size() < 2) throw std::invalid_argument("a route needs two points or more");
+  if (points_.size() < 2) throw std::invalid_argument("a journey needs two points or more");
   for (std::size_t i = 1; i < points_.size(); i++) {
     legs_.push_back(metres_between(points_[i - 1], points_[i]));
     metres_ += legs_.back();
   }
 }
 
-Movement Route::after(double seconds) const {
+Movement Journey::after(double seconds) const {
   double left = std::max(0.0, seconds) * speed_;
   for (std::size_t i = 0; i < legs_.size(); i++) {
     if (left > legs_[i] || legs_[i] == 0) {
