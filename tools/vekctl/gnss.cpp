@@ -64,10 +64,10 @@ void switch_off() {
   if (const int queue = msgget(0x1111, 0); queue >= 0) msgctl(queue, IPC_RMID, nullptr);
 }
 
-Json number(float value) { return std::isnan(value) ? Json(nullptr) : Json(static_cast<double>(value)); }
+// The digits that a float holds of such a number, and none that it does not.
+double rounded(float value, double per_unit) { return std::round(static_cast<double>(value) * per_unit) / per_unit; }
 
-// What a float holds of a coordinate, and no digits that it does not.
-double rounded(float degrees) { return std::round(static_cast<double>(degrees) * 1e6) / 1e6; }
+Json number(float value, double per_unit) { return std::isnan(value) ? Json(nullptr) : Json(rounded(value, per_unit)); }
 
 const char* constellation(int type) {
   switch (type) {
@@ -103,12 +103,12 @@ Json fix(Run& run, unsigned timeout) {
   }
   if (result != 0) run.complain("the fix came with the last poll, or the receiver could not be switched off");
 
-  const double latitude = rounded(found.Latitude), longitude = rounded(found.Longitude);
+  const double latitude = rounded(found.Latitude, 1e6), longitude = rounded(found.Longitude, 1e6);
   return {
       {"latitude", latitude},
       {"longitude", longitude},
-      {"altitude", number(std::round(found.Altitude * 10) / 10)},
-      {"hdop", number(std::round(found.Hdop * 100) / 100)},
+      {"altitude", number(found.Altitude, 10)},
+      {"hdop", number(found.Hdop, 100)},
       {"satellites", found.Satellite_num},
       {"constellation", constellation(found.SatType)},
       {"time", fmt::format("{:%FT%TZ}", fmt::gmtime(static_cast<time_t>(found.Timestamp)))},
