@@ -128,10 +128,12 @@ class Module:
 
     def start_vyreld(self):
         """Starts the example daemon; its records go to vyreld.log in the run directory."""
-        with open(self.directory / "vyreld.log", "a") as records:
+        log = self.directory / "vyreld.log"
+        with open(log, "a") as records:
+            earlier = records.tell()
             daemon = self.start("vyreld", stderr=records)
         daemon.wait_line("running")
-        wait_for(lambda: "ipc server listening" in (self.directory / "vyreld.log").read_text(), what="vyreld listens")
+        wait_for(lambda: "ipc server listening" in log.read_text()[earlier:], what="vyreld listens")
         return daemon
 
     def at_client(self, address=AtClient.TCP):
