@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
@@ -182,10 +183,20 @@ struct MessageRoute {
   uint8_t type = 0, message_class = 0, storage = 0, action = 0;
 };
 
+// The network keeps what it cannot deliver.
+struct WaitingMessage {
+  StoredMessage message;
+  std::optional<uint32_t> store = {};  // where it is to go, whatever the routes say
+};
+
 struct Messages {
   std::array<std::map<uint32_t, StoredMessage>, 2> stores = {};  // 0 on the card, 1 in the modem
   std::array<uint32_t, 2> capacity = {20, 255};
   std::vector<MessageRoute> routes = {{0, 0, 1, 1}, {0, 1, 1, 1}, {0, 2, 0, 1}, {0, 3, 1, 1}, {0, 4, 1, 1}};
+  std::deque<WaitingMessage> waiting = {};
+  uint32_t transfers = 0;                         // messages handed over without being stored, so far
+  uint16_t references = 0;                        // messages in parts, so far
+  std::optional<uint32_t> last_delete_mode = {};  // the message mode that the last delete request named
 };
 
 struct State {
