@@ -12,6 +12,40 @@ namespace {
 
 Group* g_groups = nullptr;
 
+// What came from the network must not steer the terminal, nor look like lines of ours: control characters (of UTF-8's
+// second block too) are shown as "\x1b".
+std::string printable(const std::string& text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); i++) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {
+      out += fmt::format("\\x{:02x}", next);
+      i++;
+    } else if (byte < 0x20 || byte == 0x7F) {
+      out += fmt::format("\\x{:02x}", byte);
+    } else {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
+// "name: value" lines; what is below a name is indented under it.
+void print_lines(const Json& json, int indent) {
+  for (const auto& [name, value] : json.items()) {
+    if (value.is_structured() && !value.empty()) {
+      fmt::print("{:{}}{}:\n", "", indent, name);
+      print_lines(value, indent + 2);
+    } else {
+      fmt::print("{:{}}{}: {}\n", "", indent, name,
+                 value.is_string() ? printable(value.get<std::string>())
+                 : value.is_null() ? "-"
+                                   : value.dump());
+    }
+  }
+}
+
 }  // namespace
 
 Group::Group(const char* name, Declare declare) : name_(name), declare_(declare), next_(g_groups) { g_groups = this; }
@@ -26,6 +60,15 @@ void Group::declare_all(CLI::App& top, Run& run) {
 void Run::complain(const std::string& text) {
   fmt::print(stderr, "vekctl: {}\n", text);
   complained_ = true;
+}
+
+void Run::show(const Json& answer) const {
+  if (as_json) {
+    fmt::print("{}\n", answer.dump(-1, ' ', false, Json::error_handler_t::replace));
+  } else {
+    print_lines(answer, 0);
+  }
+  std::fflush(stdout);
 }
 
 void need_modem(const void* client, const char* service) {

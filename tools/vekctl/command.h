@@ -42,9 +42,13 @@ class Run {
   }
   // A line on standard error that does not end the command: something is missing from what it prints.
   void complain(const std::string& text);
+  // Prints an answer at once, for commands that have many; they return null in the end.
+  void show(const Json& answer) const;
 
   Json run() { return action_(); }
   bool complained() const { return complained_; }
+
+  bool as_json = false;
 
  private:
   Action action_;

@@ -35,30 +35,15 @@ void end_on_signals() {
   }).detach();
 }
 
-// "name: value" lines; what is below a name is indented under it.
-void print_lines(const Json& json, int indent) {
-  for (const auto& [name, value] : json.items()) {
-    if (value.is_structured() && !value.empty()) {
-      fmt::print("{:{}}{}:\n", "", indent, name);
-      print_lines(value, indent + 2);
-    } else {
-      fmt::print("{:{}}{}: {}\n", "", indent, name,
-                 value.is_string() ? value.get<std::string>()
-                 : value.is_null() ? "-"
-                                   : value.dump());
-    }
-  }
-}
-
 int run(int argc, char** argv) {
   CLI::App top{"Asks and changes the module through its library.", "vekctl"};
-  bool as_json = false, verbose = false;
-  top.add_flag("--json", as_json, "Prints one JSON object instead of lines; what is not known is null");
+  bool verbose = false;
+  Run run;
+  top.add_flag("--json", run.as_json, "Prints one JSON object instead of lines; what is not known is null");
   top.add_flag("-v,--verbose", verbose, "Shows the library's records on standard error");
   top.require_subcommand(1);
   top.fallthrough();
   top.footer(kFooter);
-  Run run;
   Group::declare_all(top, run);
   try {
     top.parse(argc, argv);
@@ -69,12 +54,7 @@ int run(int argc, char** argv) {
   if (!verbose) vek_pal_log_set_level(VEK_PAL_LOG_FATAL);
   end_on_signals();
   try {
-    const Json answer = run.run();
-    if (as_json) {
-      fmt::print("{}\n", answer.dump(-1, ' ', false, Json::error_handler_t::replace));
-    } else {
-      print_lines(answer, 0);
-    }
+    if (const Json answer = run.run(); !answer.is_null()) run.show(answer);
     return run.complained() ? kFailed : kDone;
   } catch (const Failure& failure) {
     fmt::print(stderr, "vekctl: {}\n", failure.what());
