@@ -10,7 +10,7 @@ namespace {
 constexpr uint32_t kInt32Max = INT32_MAX;
 
 constexpr bool is_printable(char c) { return static_cast<unsigned char>(c - ' ') <= '~' - ' '; }
-constexpr bool is_field(char c) { return is_printable(c) && c != ',' && c != '*'; }
+constexpr bool is_field(char c) { return c != ',' && c != '*' && is_printable(c); }
 constexpr bool is_line_end(char c) { return c == '\r' || c == '\n'; }
 
 // The value of a digit; above 9 for any other character.
