@@ -38,8 +38,8 @@ class Progress {
       std::unique_lock lock(mutex);
       for (unsigned seconds = 0; !stop.stop_requested(); seconds++) {
         const unsigned done = std::min(seconds * kWidth / limit, kWidth);
-        fmt::print(stderr, "\rwaiting for a fix [{:#<{}}{:.<{}}] {} s of {} s ", "", done, "", kWidth - done, seconds,
-                   limit);
+        fmt::print(stderr, "\rwaiting for a fix [{:#<{}}{:.<{}}] {} s of {} s ", "", done, "", kWidth - done,
+                   std::min(seconds, limit), limit);
         tick_.wait_for(lock, stop, std::chrono::seconds(1), [] { return false; });
       }
       fmt::print(stderr, "\r\033[K");
