@@ -40,6 +40,7 @@ void run(const std::string& scenario_file, const std::string& run_directory) {
   DaemonLink daemon{module};
   MbimService mbim{module, daemon};
   add_identity_commands(at_commands, modem);
+  add_state_commands(at_commands, modem);
   add_feature_commands(at_commands, daemon);
   const GnssEngine gnss{module};
   AtServer at_server{module};

@@ -9,5 +9,6 @@ namespace simulated {
 void install_modem(Module& module, Modem& modem);
 
 void add_identity_commands(AtCommands& commands, Modem& modem);
+void add_state_commands(AtCommands& commands, Modem& modem);
 
 }  // namespace simulated
