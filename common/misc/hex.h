@@ -32,4 +32,7 @@ inline bool decode(const char* from, size_t count, unsigned char* to) {
   return true;
 }
 
+// The same for any text: what is no digit counts as 0.
+void decode_leniently(const char* from, size_t count, unsigned char* to);
+
 }  // namespace vek::hex

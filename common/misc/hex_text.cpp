@@ -8,20 +8,13 @@ namespace {
 
 constexpr char kLogTag[] = "CODETRANS";
 
-// What is no digit counts as 0.
-constexpr unsigned lenient_value(char digit) {
-  const int value = vek::hex::value(digit);
-  return value < 0 ? 0 : static_cast<unsigned>(value);
-}
-
 }  // namespace
 
 int vek_pal_hex2str(const char* hex, unsigned hexlen, unsigned char* dst, unsigned dsize) {
   if (hexlen % 2 != 0 || hex == nullptr || dst == nullptr) return FAIL(-1, "The input parameters is incorrect");
   const unsigned count = hexlen / 2;
   if (dsize <= count) return FAIL(-1, "dsize is too small");
-  for (unsigned i = 0; i < count; i++)
-    dst[i] = static_cast<unsigned char>(lenient_value(hex[2 * i]) << 4 | lenient_value(hex[2 * i + 1]));
+  vek::hex::decode_leniently(hex, count, dst);
   dst[count] = 0;
   return static_cast<int>(count);
 }

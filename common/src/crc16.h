@@ -8,7 +8,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <bit>
 #include <limits>
+
+#include "common/base/bytes.h"
 
 namespace vek {
 
@@ -24,13 +27,6 @@ constexpr Word crc16_fold(Word high, Word low) {
   return static_cast<Word>(low ^ rest << kBits * 3 / 4 ^ rest << kBits * 5 / 16 ^ rest);
 }
 
-template <typename Word>
-constexpr Word big_endian(const unsigned char* from, size_t count = sizeof(Word)) {
-  Word value = 0;
-  for (size_t i = 0; i < count; i++) value = static_cast<Word>(value << 8 | from[i]);
-  return value;
-}
-
 // The remainder of `value` * x^16: halves its words until 16 bits are left.
 template <typename Word>
 constexpr uint16_t crc16_finish(Word value) {
@@ -44,19 +40,19 @@ constexpr uint16_t crc16_finish(Word value) {
 
 // `Word` is the machine's.
 template <typename Word>
-constexpr uint16_t crc16(const unsigned char* data, size_t count) {
+uint16_t crc16(const unsigned char* data, size_t count) {
   constexpr int kBits = std::numeric_limits<Word>::digits;
   // Four words of remainder. The start value is 0, so zeros in front change nothing, and the odd bytes go first.
-  const size_t odd = count % sizeof(Word);
-  Word a = 0, b = 0, c = 0, d = big_endian<Word>(data, odd);
+  Word a = 0, b = 0, c = 0, d = 0;
   const unsigned char* const end = data + count;
-  for (data += odd; data != end; data += sizeof(Word)) {
+  for (size_t odd = count % sizeof(Word); odd > 0; odd--) d = static_cast<Word>(d << 8 | *data++);
+  for (; data != end; data += sizeof(Word)) {
     // The foremost word is 4N bits above the next one: x^4N = x^3N + x^(N + N/4) + 1.
     const Word folded = a;
     a = b ^ folded;
     b = c ^ folded >> kBits * 3 / 4;
     c = d ^ folded << kBits / 4;
-    d = big_endian<Word>(data) ^ folded;
+    d = load<std::endian::big, Word>(data) ^ folded;
   }
   return crc16_finish(crc16_fold(crc16_fold(crc16_fold(a, b), c), d));
 }

@@ -1,7 +1,9 @@
 #include <stdint.h>
 
 #include <algorithm>
+#include <bit>
 
+#include "common/base/bytes.h"
 #include "vek_pal/util.h"
 
 namespace {
@@ -10,13 +12,18 @@ constexpr unsigned kGroupOctets = 7;  // seven octets are eight septets
 constexpr unsigned kGroupSeptets = 8;
 constexpr uint64_t kCarriageReturnAbove = 0x0D << 1;  // a septet of carriage return, above one bit of text
 
-uint64_t little_endian(const unsigned char* from, unsigned count) {
+constexpr unsigned kWord = sizeof(uint64_t);
+
+uint64_t load(const unsigned char* from) { return vek::load<std::endian::little, uint64_t>(from); }
+void store(uint64_t value, unsigned char* to) { vek::store<std::endian::little>(to, value); }
+
+uint64_t load(const unsigned char* from, unsigned count) {
   uint64_t value = 0;
   for (unsigned i = 0; i < count; i++) value |= uint64_t{from[i]} << (8 * i);
   return value;
 }
 
-void store_little_endian(uint64_t value, unsigned char* to, unsigned count) {
+void store(uint64_t value, unsigned char* to, unsigned count) {
   for (unsigned i = 0; i < count; i++, value >>= 8) to[i] = static_cast<unsigned char>(value);
 }
 
@@ -41,9 +48,11 @@ int vek_pal_7bit_decode(const unsigned char* packed, unsigned len, unsigned char
                         unsigned* outlen) {
   const auto septets = static_cast<unsigned>(std::min<uint64_t>(uint64_t{len} + len / kGroupOctets, outsize));
   unsigned left = septets;
-  for (; left >= kGroupSeptets; left -= kGroupSeptets, packed += kGroupOctets, out += kGroupSeptets)
-    store_little_endian(spread(little_endian(packed, kGroupOctets)), out, kGroupSeptets);
-  if (left > 0) store_little_endian(spread(little_endian(packed, left)), out, left);  // n septets end in octet n
+  // A group takes seven octets; as long as eight are there, a whole word is read.
+  for (; left > kGroupSeptets; left -= kGroupSeptets, packed += kGroupOctets, out += kGroupSeptets)
+    store(spread(load(packed)), out);
+  store(spread(load(packed, std::min(left, kGroupOctets))), out,
+        left);  // n septets end in octet n, eight in the seventh
   *outlen = septets;
   return 0;
 }
@@ -57,16 +66,15 @@ int vek_pal_7bit_encode(const unsigned char* septets, unsigned len, unsigned cha
   }
   const auto octets = static_cast<unsigned>(std::min<uint64_t>((uint64_t{len} * 7 + 7) / 8, outsize));
   unsigned left = octets;
-  for (; left >= kGroupOctets && len >= kGroupSeptets; left -= kGroupOctets, len -= kGroupSeptets) {
-    store_little_endian(gather(little_endian(septets, kGroupSeptets)), out, kGroupOctets);
+  // A group makes seven octets; as long as there is room for eight, a whole word is written.
+  for (; left >= kWord && len >= kGroupSeptets; left -= kGroupOctets, len -= kGroupSeptets) {
+    store(gather(load(septets)), out);
     septets += kGroupSeptets;
     out += kGroupOctets;
   }
-  if (left > 0) {
-    uint64_t group = gather(little_endian(septets, std::min(len, kGroupSeptets)));
-    if (len == kGroupSeptets - 1) group |= kCarriageReturnAbove << 48;
-    store_little_endian(group, out, left);
-  }
+  uint64_t group = gather(load(septets, std::min(len, kGroupSeptets)));
+  if (len == kGroupSeptets - 1) group |= kCarriageReturnAbove << 48;
+  store(group, out, std::min(left, kGroupOctets));
   *outlen = octets;
   return 0;
 }

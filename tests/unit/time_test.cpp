@@ -178,10 +178,11 @@ TEST(Date, OfMillisecondsIsThatOfTheCalendar) {
       }
     }
   }
-  const int64_t moment = 1709210096789, before = -1, farthest = INT64_MAX;
+  const int64_t moment = 1709210096789;
   rtc_msecs2datetime(&moment, &date);  // 2024-02-29 12:34:56.789
   EXPECT_EQ(date.hour * 10000 + date.minute * 100 + date.second, 123456);
   EXPECT_EQ(date.milliseconds, 789);
+  const int64_t before = -1, farthest = INT64_MAX;
   rtc_msecs2datetime(&before, &date);
   EXPECT_EQ(date.milliseconds, 789) << "a time before 1970 writes nothing";
   rtc_msecs2datetime(&farthest, &date);  // 292278994-08-17 07:12:55.807
