@@ -1,0 +1,2 @@
+set(peers_encoding libcrypto gammu)
+set(peer_libraries_encoding modpbase64)
