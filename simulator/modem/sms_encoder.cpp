@@ -18,7 +18,7 @@ constexpr int kMostParts = 255;
 
 constexpr std::u32string_view kDefaultAlphabet =
     U"@£$¥èéùìòÇ\nØø\rÅåΔ_ΦΓΛΩΠΨΣΘΞ\x1BÆæßÉ !\"#¤%&'()*+,-./0123456789:;<=>?"
-    U"¡ABCDEFGHIJKLMNOPQRSTUVWXYZÄÖÜÑ§¿abcdefghijklmnopqrstuvwxyzäöüñà";
+    U"¡ABCDEFGHIJKLMNOPQRSTUVWXYZÄÖÑÜ§¿abcdefghijklmnopqrstuvwxyzäöñüà";
 static_assert(kDefaultAlphabet.size() == 128);
 
 struct Extension {

@@ -198,7 +198,8 @@ void get_routes(Modem& modem, const Request&, Response& response) {
 }
 
 void changed(Modem& modem, Change change) {
-  if (change == Change::started || change == Change::registration) deliver_waiting(modem);
+  if (change == Change::started || change == Change::operating_mode || change == Change::registration)
+    deliver_waiting(modem);
 }
 
 void load(State& state, const toml::table& scenario) {
