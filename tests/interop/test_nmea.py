@@ -144,3 +144,27 @@ def test_reads_every_sentence_as_pynmea2_does(log):
     lines = log.read_text("latin-1").splitlines()
     assert [it["sentence"] for it in read] == [line for line in lines if line.startswith("$")]
     assert sum(compare(it) for it in read) > 0
+
+
+@pytest.mark.parametrize("constellations", [["gps"], ["glonass"], ["beidou"], ["galileo"], ["gps", "glonass", "beidou", "galileo"]])
+def test_the_simulated_receiver_speaks_nmea(module, constellations):
+    module.ctl("gnss", "place", "-0.999999,179.999999,-3.7")  # 59.99994 minutes, which round up
+    module.ctl("gnss", "constellations", *constellations)
+    module.ctl("gnss", "cold-start", 2)
+    assert module.at("AT+GTGPSPOWER=1")[1] == "OK"
+    fixes = []
+    for _ in range(3):
+        [text], _ = module.at("AT+GTGPS?")
+        header, *lines = text.split("\r\n")
+        assert header == "+GTGPS:" and all(len(line) <= 80 for line in lines)
+        epoch = {}
+        for line in lines:
+            epoch.setdefault(line[3:6], []).append(pynmea2.parse(line, check=True))
+        [rmc_], [gga_] = epoch["RMC"], epoch["GGA"]
+        fixes.append((rmc_.status, whole(gga_.gps_qual)))
+        assert len(epoch["GSA"]) == (len(constellations) if rmc_.status == "A" else 1)
+        assert {sat.talker for sat in epoch["GSV"]} <= {"GP", "GL", "BD", "GA"}
+    assert fixes == [("V", 0), ("V", 0), ("A", 1)]
+    assert (rmc_.latitude, rmc_.longitude) == pytest.approx((-1, 180), abs=1e-5)
+    assert gga_.altitude == -3.7
+    assert abs(rmc_.datetime.replace(tzinfo=datetime.timezone.utc) - datetime.datetime.now(datetime.timezone.utc)) < datetime.timedelta(seconds=60)
