@@ -8,7 +8,7 @@ MIX = [
     ("AT+GTVYRSER?", ["+GTVYRSER: 0"], "OK"),
     ("AT+CGMM", ["VK12-EA"], "OK"),
     ("AT+GTVYREN=7", [], "ERROR"),
-    ("AT+GTVYRCNT=1", ["connection manager 1: 0"], "OK"),
+    ("AT+GTVYRCNT=1", ["+GTVYRCNT: ", " connect: 0"], "OK"),
     ("AT+NOSUCH", [], "ERROR"),
 ]
 

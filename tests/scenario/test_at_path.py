@@ -61,10 +61,10 @@ def test_guarded_commands_ask_for_the_diagnosis_mode(module, vyreld):
 
 
 def test_service_requests_reach_the_daemon_and_come_back(module, vyreld):
-    assert module.at("AT+GTVYRBS=1,262") == (["bootstrap 1: 262"], "OK")
+    assert module.at("AT+GTVYRBS=1,262") == ([], "OK")
     assert vyreld.wait_line("request").string == "vyreld: request 1 to the bootstrap: set, value 262, 0 more bytes"
-    assert module.at("AT+GTVYRCNT=1") == (["connection manager 1: 0"], "OK")
-    assert vyreld.wait_line("request").string == "vyreld: request 1 to the connection manager: query, value 0, 0 more bytes"
+    assert module.at("AT+GTVYRBS?") == (["+GTVYRBS: \n mcc: 262"], "OK")
+    assert vyreld.wait_line("request").string == "vyreld: request 6 to the bootstrap: query, value 0, 0 more bytes"
 
 
 def test_a_restarted_daemon_takes_over_in_the_middle(module, vyreld):
