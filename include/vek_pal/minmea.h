@@ -23,6 +23,8 @@
 extern "C" {
 #endif
 
+struct timespec; /* plain C99 has none in time.h */
+
 /** What minmea_sentence_id() tells. */
 enum minmea_sentence_id_t {
   MINMEA_INVALID = -1, /**< Not a sentence, or its checksum is wrong. */
