@@ -1,26 +1,26 @@
 /*
  * Incoming messages as an encoder makes them that nobody here wrote. A line of input each:
  *   7bit|8bit|ucs2 NUMBER REFERENCE PARTS PART HEX
- * PARTS 0 is a message of one part. HEX is the text in big-endian UTF-16, or for 8bit the octets; "-" is none. The message, as a
- * modem stores it, comes out in hex.
+ * PARTS 0 is a message of one part. HEX is the text in big-endian UTF-16, or for 8bit the octets; "-" is none. The
+ * message, as a modem stores it, comes out in hex.
  */
 #include <gammu.h>
 #include <stdio.h>
 #include <string.h>
 
-static int octets_from_hex(const char *hex, unsigned char *out) {
+static int octets_from_hex(const char* hex, unsigned char* out) {
   int count = 0;
   unsigned value;
   for (; sscanf(hex, "%2x", &value) == 1; hex += 2) out[count++] = (unsigned char)value;
   return count;
 }
 
-static void print_octets(const unsigned char *from, int count) {
+static void print_octets(const unsigned char* from, int count) {
   for (int i = 0; i < count; i++) printf("%02X", from[i]);
 }
 
 /* The frame's pieces lie apart; on the wire they follow one another. */
-static void print_message(const unsigned char *frame, const GSM_SMSMessageLayout *at, int septets) {
+static void print_message(const unsigned char* frame, const GSM_SMSMessageLayout* at, int septets) {
   const int length = frame[at->TPUDL];
   print_octets(frame + at->SMSCNumber, frame[at->SMSCNumber] + 1);
   print_octets(frame + at->firstbyte, 1);

@@ -188,6 +188,16 @@ def test_a_modem_that_refuses_or_hangs_is_reported(module):
     assert "wms vek_pal_set_event_report_req failed." in refused.stderr
 
 
+def test_the_example_prints_and_deletes_what_comes_in(module):
+    inbox = module.start("inbox")
+    inbox.wait_line("waiting")
+    module.ctl("sms", "deliver", "first\x1b[2J")
+    module.ctl("sms", "deliver", "--storage", "sim", "second")
+    inbox.wait_line(r"^first\.\[2J$")
+    inbox.wait_line("^second$")
+    wait_for(lambda: module.ctl("sms", "list")["stored"] == [], what="both are deleted")
+
+
 def test_decoding_needs_no_module():
     vekctl = [f"{BUILD}/bin/vekctl", "--json", "sms", "decode"]
     for vector in VECTORS:
