@@ -35,8 +35,8 @@ constexpr auto kValues = [] {
 constexpr char kFirst = '+';  // the alphabet's lowest character, and its highest
 constexpr char kLast = 'z';
 
-// The bits of a character at each place in a group of four, in the order in which bytes lie in memory: 1280 bytes, for
-// 0.8 of the time that shifting takes.
+// The bits of a character at each place in a group of four, in the order in which bytes lie in memory: 1280 bytes, so
+// that a group takes four loads and nothing is shifted or swapped.
 constexpr auto kPlaced = [] {
   std::array<std::array<uint32_t, kLast - kFirst + 1>, 4> placed{};
   for (uint32_t i = 0; i < 64; i++) {
@@ -102,9 +102,13 @@ Survey survey(const unsigned char* src, unsigned slen) {
   return result;
 }
 
+// One load for the four characters: loads are what decoding waits for.
 uint32_t bits_of(const unsigned char* four) {
-  return kPlaced[0][four[0] - kFirst] | kPlaced[1][four[1] - kFirst] | kPlaced[2][four[2] - kFirst] |
-         kPlaced[3][four[3] - kFirst];
+  const auto characters = vek::load<std::endian::little, uint32_t>(four);
+  const auto placed = [characters](unsigned place) {
+    return kPlaced[place][(characters >> (8 * place) & 0xFF) - kFirst];
+  };
+  return placed(0) | placed(1) | placed(2) | placed(3);
 }
 
 unsigned char* decode_plain(const unsigned char* src, unsigned slen, unsigned char* to) {
