@@ -1,0 +1,116 @@
+"""qmicli on the modem: directly on the device, through the modem's own socket, and through libqmi's proxy."""
+import pytest
+
+from harness.module import Module
+from harness.qmi import Program, fields, ids_lent_and_returned, qmicli, start_real_proxy, trace
+from harness.wait import wait_for
+
+SCENARIO = """
+[modem]
+imei = "351756051523999"
+imei_version = "07"
+meid = "A100000009E2B3"
+firmware = "VK12.2.00.01"
+"""
+
+
+@pytest.fixture(scope="module", params=["device", "modem's socket", "libqmi's proxy"])
+def way(request):
+    with Module(SCENARIO) as module:
+        if request.param == "libqmi's proxy":
+            start_real_proxy(module)
+        yield lambda *arguments, **options: qmicli(module, *arguments, proxy=request.param != "device", **options)
+
+
+@pytest.fixture
+def ask(way):
+    def successfully(*arguments):
+        return way(*arguments).stdout
+
+    return successfully
+
+
+def test_the_services_and_their_versions(ask):
+    shown = ask("--get-service-version-info")
+    for line in ("ctl (1.5)", "wds (1.67)", "dms (1.14)", "nas (1.25)", "wms (1.35)", "uim (1.46)", "pdc (1.0)"):
+        assert line in shown
+
+
+@pytest.mark.parametrize("options", [["--device-open-version-info"], ["--device-open-sync"]])
+def test_opening_with_a_question_first(ask, options):
+    assert ask(*options, "--dms-noop") == ""
+
+
+def test_who_the_module_is(ask):
+    ids = fields(ask("--dms-get-ids"))
+    assert ids["ESN"] == "0"
+    assert ids["IMEI"] == "351756051523999"
+    assert ids["MEID"] == "A100000009E2B3"
+    assert ids["IMEI SV"] == "07"
+
+
+@pytest.mark.parametrize("mode", ["low-power", "persistent-low-power", "factory-test", "online"])
+def test_the_operating_mode_is_what_was_set(ask, mode):
+    assert "Operating mode set successfully" in ask(f"--dms-set-operating-mode={mode}")
+    shown = fields(ask("--dms-get-operating-mode"))
+    assert shown["Mode"] == mode
+    assert shown["HW restricted"] == "no"
+
+
+@pytest.mark.parametrize(
+    "question, error",
+    [
+        ("--loc-noop", "QMI protocol error (31): 'InvalidServiceType'"),
+        ("--dms-get-model", "QMI protocol error (71): 'InvalidQmiCommand'"),
+        ("--dms-get-hardware-revision", "QMI protocol error (71): 'InvalidQmiCommand'"),
+    ],
+)
+def test_what_the_modem_does_not_have(way, question, error):
+    refused = way(question, check=False)
+    assert refused.returncode == 1
+    assert error in refused.stderr
+
+
+def test_every_id_that_was_lent_comes_back():
+    with Module() as module:
+        for way in (False, True):
+            for _ in range(12):  # more runs than a service has ids
+                qmicli(module, "--dms-get-ids", proxy=way)
+        lent, returned = ids_lent_and_returned(module)
+        assert len(lent) == 24
+        assert lent == returned
+
+
+def test_a_refresh_reaches_who_asked_for_it():
+    with Module() as module:
+        start_real_proxy(module)
+        monitor = Program(module, "qmicli", "-d", "/dev/cdc-wdm0", "--device-open-qmi", "-p", "--pdc-monitor-refresh")
+        wait_for(lambda: module.ctl("refresh", "start")["told"] == 1, what="qmicli has registered")
+        monitor.wait_line("start")
+        module.ctl("refresh", "complete")
+        monitor.wait_line("complete")
+        monitor.stop()
+
+
+def test_a_reset_ends_what_was_going_on_and_a_new_start_answers():
+    with Module() as module:
+        start_real_proxy(module)
+        qmicli(module, "--dms-set-operating-mode=offline")
+        refused = qmicli(module, "--dms-set-operating-mode=online", check=False)
+        assert "QMI protocol error (60): 'InvalidTransition'" in refused.stderr
+        qmicli(module, "--dms-set-operating-mode=reset", check=False)
+        module.shell("until [ ! -e /dev/cdc-wdm0 ]; do sleep 0.01; done; until [ -e /dev/cdc-wdm0 ]; do sleep 0.01; done")
+        assert fields(qmicli(module, "--dms-get-operating-mode").stdout)["Mode"] == "online"
+
+
+def test_the_trace_names_what_passed():
+    with Module() as module:
+        qmicli(module, "--dms-get-ids")
+        (answer,) = trace(module, message="DMS_GET_DEVICE_SERIAL_NUMBERS", type="response")
+        assert answer["service"] == "DMS" and answer["client"] == 1 and answer["direction"] == "from modem"
+        assert answer["tlvs"]["imei"] == "359072061234569"
+        assert answer["hex"].startswith("01") and len(answer["hex"]) // 2 == 1 + int.from_bytes(bytes.fromhex(answer["hex"][2:6]), "little")
+        text = module.run("modulectl", "trace").stdout
+        assert "proxy 1 <-- DMS_GET_DEVICE_SERIAL_NUMBERS response, client 1, transaction 1\n    success\n" in text
+        assert '    imei: "359072061234569"\n' in text
+        assert "service: 2 (DMS)" in text
