@@ -1,12 +1,16 @@
 #include "modem/device_port.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <stdlib.h>
 #include <sys/inotify.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <system_error>
+#include <utility>
+
+#include "common/base/unique_fd.h"
 
 namespace simulated {
 namespace {
@@ -26,77 +30,77 @@ void DevicePort::open() {
   master_.assign(master);
   char node[64];
   if (grantpt(master) != 0 || unlockpt(master) != 0 || ptsname_r(master, node, sizeof(node)) != 0) fail("ptsname");
-  slave_ = ::open(node, O_RDWR | O_NOCTTY | O_CLOEXEC);
-  if (slave_ < 0) fail(node);
-  // Clients take the node for a device and set no modes: as a terminal it would echo the modem's bytes back to it.
+  node_ = node;
+  // Clients take the node for a device and set no modes: as a terminal it would echo the modem's bytes back to it. It
+  // is not kept open: only so the kernel tells when the last client has closed it.
+  const vek::UniqueFd slave(::open(node, O_RDWR | O_NOCTTY | O_CLOEXEC));
   termios raw{};
-  tcgetattr(slave_, &raw);
+  if (!slave || tcgetattr(slave.get(), &raw) != 0) fail(node);
   cfmakeraw(&raw);
-  tcsetattr(slave_, TCSANOW, &raw);
+  tcsetattr(slave.get(), TCSANOW, &raw);
 
   const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
   if (watch < 0) fail("inotify");
   watch_.assign(watch);
   if (inotify_add_watch(watch, node, IN_OPEN | IN_CLOSE) < 0) fail(node);
-  openers_ = 0;
 
   unlink(path_.c_str());
   if (symlink(node, path_.c_str()) != 0) fail(path_);
   modem_.add_link(*this);
-  wait_readable();
   wait_watch();
 }
 
 void DevicePort::close() {
-  if (slave_ < 0) return;
+  if (!master_.is_open()) return;
   modem_.remove_link(*this);
   unlink(path_.c_str());
-  ::close(slave_);
-  slave_ = -1;
   master_.close();  // hangs up on whoever has the node open
   watch_.close();
   cutter_.clear();
   waiting_.clear();
   written_ = 0;
-  writing_ = false;
+  reading_ = writing_ = false;
 }
 
-// Counts before anything is read or sent: a client's open is then always seen before its first request is answered.
-void DevicePort::count_openers() {
-  alignas(inotify_event) char events[4096];
-  for (ssize_t size; (size = ::read(watch_.native_handle(), events, sizeof(events))) > 0;) {
-    for (ssize_t at = 0; at < size;) {
-      const auto* event = reinterpret_cast<const inotify_event*>(events + at);
-      openers_ += (event->mask & IN_OPEN) != 0 ? 1 : -1;
-      at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-    }
-  }
+bool DevicePort::nobody_there() const {
+  pollfd master{const_cast<DevicePort*>(this)->master_.native_handle(), 0, 0};
+  poll(&master, 1, 0);
+  return (master.revents & POLLHUP) != 0;
 }
 
 // As a device driver does when the last one closes it: what a dead client left unread, or half written, is not for the
 // next one.
 void DevicePort::forget_what_waits() {
   read_all();
+  if (!nobody_there()) return;  // the next one is there already, and may have been answered just now
   cutter_.clear();
   waiting_.clear();
   written_ = 0;
-  tcflush(slave_, TCIFLUSH);
+  if (!std::exchange(unflushed_, false)) return;
+  const vek::UniqueFd slave(::open(node_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  if (slave) tcflush(slave.get(), TCIFLUSH);
 }
 
 void DevicePort::wait_watch() {
   watch_.async_wait(watch_.wait_read, [this](const std::error_code& failure) {
     if (failure) return;
-    count_openers();
-    if (openers_ <= 0) forget_what_waits();
+    char events[4096];
+    while (::read(watch_.native_handle(), events, sizeof(events)) > 0) {
+    }
+    if (nobody_there()) forget_what_waits();
+    if (!reading_ && !nobody_there()) wait_readable();
     wait_watch();
   });
 }
 
+// Only while somebody is there: without, the terminal is for ever ready with an end of file.
 void DevicePort::wait_readable() {
+  reading_ = true;
   master_.async_wait(master_.wait_read, [this](const std::error_code& failure) {
     if (failure) return;
+    reading_ = false;
     read_all();
-    if (master_.is_open()) wait_readable();
+    if (master_.is_open() && !nobody_there()) wait_readable();
   });
 }
 
@@ -111,10 +115,10 @@ void DevicePort::read_all() {
 }
 
 void DevicePort::send(const Bytes& frame) {
-  count_openers();
-  if (openers_ <= 0) return;
+  if (nobody_there()) return;
   // A client that stopped reading loses what comes now, as with any device; never half a frame.
   if (waiting_.size() >= kMostWaitingFrames) return;
+  unflushed_ = true;
   waiting_.push_back(frame);
   if (!writing_) write_all();
 }

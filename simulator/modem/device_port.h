@@ -25,19 +25,20 @@ class DevicePort : public Port, private Link {
   void wait_watch();
   void read_all();
   void write_all();
-  void count_openers();
+  bool nobody_there() const;
   void forget_what_waits();
 
   Modem& modem_;
   std::string path_;
   asio::posix::stream_descriptor master_;
-  asio::posix::stream_descriptor watch_;  // inotify: who opens and closes the node
-  int slave_ = -1;                        // kept open, or the master reads an error whenever a client closes
-  int openers_ = 0;
+  asio::posix::stream_descriptor watch_;  // inotify: somebody opened or closed the node
+  std::string node_;
   FrameCutter cutter_;
   std::deque<Bytes> waiting_;
   size_t written_ = 0;  // of the first one
+  bool reading_ = false;
   bool writing_ = false;
+  bool unflushed_ = false;  // something was sent that a client may have left unread
 };
 
 }  // namespace simulated
