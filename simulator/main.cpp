@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <memory>
 
 #include "at_server/at_server.h"
 #include "at_server/daemon_link.h"
@@ -21,8 +22,19 @@
 #include "gnss_engine/gnss_engine.h"
 #include "mbim_service/mbim_service.h"
 #include "modem/install.h"
+#include "network/operator_network.h"
 
 namespace {
+
+// The modem works without: then its sessions have addresses and no packets.
+std::unique_ptr<simulated::OperatorNetwork> connect_operator(simulated::Module& module) {
+  try {
+    return std::make_unique<simulated::OperatorNetwork>(module);
+  } catch (const std::exception& failure) {
+    fmt::print(stderr, "module-sim: no operator's network here: {}\n", failure.what());
+    return nullptr;
+  }
+}
 
 void run(const std::string& scenario_file, const std::string& run_directory) {
   using namespace simulated;
@@ -35,7 +47,9 @@ void run(const std::string& scenario_file, const std::string& run_directory) {
   Module module{events, scenario, control, watch, at_commands};
 
   // The subsystems, in the order in which they need each other.
+  const auto operator_network = connect_operator(module);
   Modem modem{events};
+  modem.carrier = operator_network.get();
   install_modem(module, modem);
   DaemonLink daemon{module};
   MbimService mbim{module, daemon};

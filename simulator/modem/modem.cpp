@@ -81,6 +81,7 @@ void Modem::forget_everybody() {
   ++boots_;
   timers_.clear();
   clients_.clear();
+  changed(Change::clients);
 }
 
 // --- Links and client ids ---
@@ -109,10 +110,16 @@ Client* Modem::allocate(const Service& service, Link& link) {
 }
 
 bool Modem::release(uint8_t service, uint8_t id) {
-  return std::erase_if(clients_, [&](const Client& one) { return one.service == service && one.id == id; }) != 0;
+  const bool found =
+      std::erase_if(clients_, [&](const Client& one) { return one.service == service && one.id == id; }) != 0;
+  changed(Change::clients);
+  return found;
 }
 
-void Modem::release_all() { clients_.clear(); }
+void Modem::release_all() {
+  clients_.clear();
+  changed(Change::clients);
+}
 
 // --- Requests ---
 

@@ -52,6 +52,14 @@ class Port {
   virtual void close() = 0;
 };
 
+// What carries the packets of sessions: the operator's network. It sets the module's interface up and takes it down.
+class Carrier {
+ public:
+  virtual ~Carrier() = default;
+  virtual void up(const Session& session) = 0;
+  virtual void down(const Session& session) = 0;
+};
+
 // A client id that was handed out, and what its owner asked to hear of.
 struct Client {
   uint8_t service = 0;
@@ -117,6 +125,7 @@ struct Handler {
 enum class Change {
   started,  // the modem has booted: volatile things are as after power-on
   operating_mode,
+  clients,       // client ids were given back, or are void
   cards,         // a card came, went, or is starting up; or the active slot changed
   network,       // cells, coverage, or what the network thinks of us
   registration,  // registered, attached, roaming or serving cell differ
@@ -157,6 +166,7 @@ class Modem {
 
   State state;
   Trace trace;
+  Carrier* carrier = nullptr;  // without one, sessions have addresses and no packets
 
   // --- Power ---
   void add_port(std::unique_ptr<Port> port) { ports_.push_back(std::move(port)); }

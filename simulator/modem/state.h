@@ -9,6 +9,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace simulated {
@@ -82,6 +83,12 @@ struct Card {
   }
 };
 
+inline Card plain_card(Subscription subscription) {
+  Card card;
+  card.subscriptions.push_back(std::move(subscription));
+  return card;
+}
+
 enum class AppState : uint8_t {
   unknown,
   detected,
@@ -128,6 +135,7 @@ struct Network {
   bool available = true;  // false: nothing on the air
   bool denied = false;    // the network turns this subscription down
   bool attach_wanted = true;
+  bool visited = false;  // this is not the subscription's home
   int8_t time_zone = 8;  // quarter hours
   uint8_t daylight_saving = 1;
   // What follows from the rest; the NAS service keeps it right.
@@ -151,13 +159,27 @@ struct DataProfile {
   uint64_t apn_types = 1;
 };
 
+// What the network gives a session, as text.
+struct Lease {
+  std::string address = {};
+  unsigned prefix = 0;
+  std::string gateway = {};
+  std::string primary_dns = {};
+  std::string secondary_dns = {};
+  unsigned mtu = 1500;
+};
+
 struct Session {
   uint8_t client = 0;  // the WDS client that owns it
   uint32_t handle = 0;
   uint8_t family = 4;
   uint8_t profile = 1;
   DataProfile settings;  // the profile's, with what the request said instead
+  Lease lease = {};
 };
+
+// Why the network turns a session down: a reason of 3GPP TS 24.301, 33 for a service that is not subscribed to.
+using RefusalCause = uint8_t;
 
 struct Data {
   std::map<uint8_t, DataProfile> profiles = {
@@ -167,6 +189,10 @@ struct Data {
   std::vector<uint16_t> attach_list = {1};
   std::vector<Session> sessions = {};
   uint32_t next_handle = 0x86A0F1C8;
+  unsigned leases = 0;                           // given so far: each session gets other addresses
+  std::map<uint8_t, RefusalCause> refused = {};  // by family: sessions that the network does not give
+  unsigned setup_ms = 0;                         // from the answer of a start to its "connected"
+  bool interface_follows = true;                 // false: sessions come up, but nobody sets the interface up
 };
 
 // --- Short messages ---
@@ -203,7 +229,7 @@ struct State {
   Identity identity;
   OperatingMode mode = OperatingMode::online;
   bool hardware_restricted = false;
-  std::array<Slot, 2> slots = {};
+  std::array<Slot, 2> slots = {Slot{.card = plain_card({"Test", "8988211000000000012", "001010123456789"})}, Slot{}};
   size_t active_slot = 0;
   Network network;
   Data data;

@@ -56,7 +56,8 @@ constexpr Field kProfileId[] = {
       OPTIONAL_TLV(0x1C, text, type, profile.password),                                                              \
       OPTIONAL_TLV(0x1D, u8, type, profile.authentication_preference),                                               \
       OPTIONAL_TLV(0x25, u8, type, profile.context_number), OPTIONAL_TLV(0x2F, u8, type, profile.apn_disabled_flag), \
-      OPTIONAL_TLV(0x3E, u8, type, profile.roaming_disallowed_flag)
+      OPTIONAL_TLV(0x3E, u8, type, profile.roaming_disallowed_flag),                                                 \
+      OPTIONAL_TLV(0xDD, u64, type, profile.apn_type_mask)
 
 constexpr Tlv kCreateProfileReq[] = {
     MANDATORY_TLV(0x01, u8, wds_create_profile_req, profile_type),

@@ -126,6 +126,8 @@ struct wds_profile_settings {
   uint8_t apn_disabled_flag;
   uint8_t roaming_disallowed_flag_valid;
   uint8_t roaming_disallowed_flag;
+  uint8_t apn_type_mask_valid;
+  uint64_t apn_type_mask;  // bits: 0 default, 1 IMS, 2 MMS
 };
 
 struct wds_create_profile_req {
