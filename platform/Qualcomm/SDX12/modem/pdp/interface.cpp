@@ -42,8 +42,9 @@ bool interface_is_up() {
 }
 
 const void* address_of(const sockaddr* address) {
-  if (address->sa_family == AF_INET) return &reinterpret_cast<const sockaddr_in*>(address)->sin_addr;
-  return &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
+  const void* const whole = address;
+  if (address->sa_family == AF_INET) return &static_cast<const sockaddr_in*>(whole)->sin_addr;
+  return &static_cast<const sockaddr_in6*>(whole)->sin6_addr;
 }
 
 bool interface_has_address() {

@@ -30,7 +30,8 @@ ATCmdParams* make_list(uint32_t count, uint32_t type) {
   void* const block = vek_pal_malloc(static_cast<unsigned>(sizeof(ATCmdParams) + count * sizeof(ATCmdParam)));
   if (block == nullptr) return nullptr;
 
-  auto* const params = reinterpret_cast<ATCmdParam*>(static_cast<char*>(block) + sizeof(ATCmdParams));
+  void* const behind_the_list = static_cast<char*>(block) + sizeof(ATCmdParams);
+  auto* const params = static_cast<ATCmdParam*>(behind_the_list);
   for (uint32_t i = 0; i < count; i++) new (&params[i]) ATCmdParam(unset(type));
   return new (block) ATCmdParams{count, params};
 }
