@@ -69,7 +69,7 @@ asio::awaitable<void> AtSession::serve() {
     }
     if (!echoed.empty()) outbox_->send(std::move(echoed));
   }
-  close();
+  outbox_->close_when_sent();
 }
 
 asio::awaitable<void> AtSession::answer(LineInput::Line line) {

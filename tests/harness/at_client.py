@@ -39,5 +39,8 @@ class AtClient:
         self.send(line)
         return self.answer(timeout)
 
+    def has_output(self):
+        return self.socat.has_output()
+
     def close(self):
         self.socat.end()

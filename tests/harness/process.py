@@ -33,6 +33,9 @@ class Process:
             self.lines.append(line)
         return line
 
+    def has_output(self):
+        return not self._unread.empty()
+
     def wait_line(self, pattern, timeout=10):
         """Reads on to the first line that `pattern` is found in, and returns the match."""
         deadline = time.monotonic() + timeout

@@ -62,10 +62,12 @@ def test_its_network_can_be_built_up_as_a_modules():
 
 
 def test_a_bare_box_costs_next_to_nothing():
-    started = time.monotonic()
+    times = []
     for _ in range(10):
+        started = time.monotonic()
         assert box("--bare", "--", "true").returncode == 0
-    assert (time.monotonic() - started) / 10 < 0.2, "about 0.01 s on an idle machine"
+        times.append(time.monotonic() - started)
+    assert min(times) < 0.1, "about 0.01 s on an idle machine"
 
 
 def test_it_ends_with_the_one_who_started_it(tmp_path):
