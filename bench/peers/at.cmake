@@ -1,0 +1,1 @@
+set(peers_at glib-2.0 libsystemd)
