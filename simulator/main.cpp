@@ -20,6 +20,7 @@
 #include "control/module.h"
 #include "control/watch.h"
 #include "gnss_engine/gnss_engine.h"
+#include "host/host_filter.h"
 #include "mbim_service/mbim_service.h"
 #include "modem/install.h"
 #include "network/operator_network.h"
@@ -59,6 +60,8 @@ void run(const std::string& scenario_file, const std::string& run_directory) {
   const GnssEngine gnss{module};
   AtServer at_server{module};
   const Unsolicited unsolicited{module, at_server};
+  mbim.when_line([&at_server](const std::string& line) { at_server.show(line); });
+  const HostFilter host_filter{module};
 
   // Last: who finds the control socket finds everything else running.
   const ControlServer control_server{events, control, run_directory + "/control.sock"};

@@ -92,6 +92,7 @@ asio::awaitable<void> MbimService::read(stream_protocol::socket socket) {
   const bool is_sync = text == kSync;
   watch_.tell(kTopic, (is_sync ? "synchronised: " : "to the laptop: ") + text,
               {{"kind", is_sync ? "sync" : "line"}, {"text", text}});
+  if (!is_sync && show_line_) show_line_(text.substr(0, text.find_last_not_of("\r\n") + 1));
   if (received_.size() < kKept) received_.push_back(std::move(text));
 }
 

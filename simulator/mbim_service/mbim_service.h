@@ -3,7 +3,9 @@
 #include <asio/awaitable.hpp>
 #include <asio/local/stream_protocol.hpp>
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "at_server/daemon_link.h"
@@ -17,6 +19,9 @@ class MbimService {
  public:
   MbimService(Module& module, DaemonLink& daemon);
 
+  // Who shows the unsolicited lines that the daemon sends this way, without their ends.
+  void when_line(std::function<void(const std::string&)> show) { show_line_ = std::move(show); }
+
  private:
   void declare_commands(Control& control);
   void send(const ReplyPtr& reply, std::int32_t message_id, std::string payload, std::string description);
@@ -29,6 +34,7 @@ class MbimService {
   DaemonLink& daemon_;
   asio::local::stream_protocol::acceptor acceptor_;
   std::vector<std::string> received_;
+  std::function<void(const std::string&)> show_line_;
 };
 
 }  // namespace simulated

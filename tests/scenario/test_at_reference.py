@@ -33,9 +33,9 @@ def exchanges(block):
 def test_answers_as_documented(block):
     with Module() as module:
         module.start_vyreld()
-        at = module.at_client()
         for command, lines, result in exchanges(block):
-            assert at.command(command) == (lines, result), command
+            shown, final = module.at(command)
+            assert ("\n".join(shown).splitlines(), final) == (lines, result), command
 
 
 def test_every_command_has_its_section():
