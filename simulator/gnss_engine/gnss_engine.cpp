@@ -32,12 +32,14 @@ const std::map<std::string, GnssEngine::Fault> kFaults = {{"none", GnssEngine::F
 Place place_of(const std::string& text) {
   std::vector<double> numbers;
   std::istringstream parts{text};
+  bool understood = true;
   for (std::string part; std::getline(parts, part, ',');) {
     char* end = nullptr;
     numbers.push_back(std::strtod(part.c_str(), &end));
-    if (part.empty() || *end != '\0') numbers.clear();
+    understood = understood && !part.empty() && *end == '\0' && std::isfinite(numbers.back());
   }
-  if (numbers.size() < 2 || numbers.size() > 3 || !(std::abs(numbers[0]) <= 90 && std::abs(numbers[1]) <= 180))
+  if (!understood || numbers.size() < 2 || numbers.size() > 3 ||
+      !(std::abs(numbers[0]) <= 90 && std::abs(numbers[1]) <= 180))
     throw std::invalid_argument("no such place (LAT,LON or LAT,LON,ALTITUDE in degrees and metres): " + text);
   numbers.resize(3);
   return {numbers[0], numbers[1], numbers[2]};

@@ -129,7 +129,7 @@ def test_a_receiver_travels_its_journey(module):
 
 
 def test_a_receiver_turns_down_what_makes_no_sense(module):
-    for command in [("place", "91,0"), ("place", "1"), ("place", "a,b"), ("route", "1,1"), ("play", "/nowhere"),
+    for command in [("place", "91,0"), ("place", "1"), ("place", "a,1,2"), ("place", "1,,2"), ("route", "1,1"), ("play", "/nowhere"),
                     ("play", "/proc/self/status"), ("constellations", "moon"), ("fault", "odd"), ("cold-start", -1)]:
         with pytest.raises(CommandFailed):
             module.ctl("gnss", *command)
