@@ -2,6 +2,7 @@
 import pytest
 
 from harness.module import CommandFailed
+from harness.wait import wait_for
 
 
 def exchanges(module, *arguments):
@@ -59,3 +60,14 @@ def test_reports_reach_the_driver_after_the_handshake(module, vyreld):
 
 def test_without_a_daemon_the_handshake_ends_at_once(module):
     assert exchanges(module, "handshake") == [("AT+GTVYRH2M=0,0,0", [], "ERROR")]
+
+
+def test_a_daemon_without_an_agent_runs_and_answers_the_error(module):
+    with open(module.directory / "at_service.log", "w") as records:
+        module.start("at_service", stderr=records)
+    log = lambda: (module.directory / "at_service.log").read_text()
+    wait_for(lambda: "registed success" in log() and "listening" in log(), what="at_service serves")
+    assert module.at("AT+GTVYREC=6") == (["+GTVYREC: 1"], "OK")
+    assert exchanges(module, "code", "0,0,0") == [("AT+GTVYRH2M=0,0,0", ["+GTVYRH2M: 0"], "OK")]
+    assert exchanges(module, "confirm", "enabled") == [("AT+GTVYRH2M=1,1,1", [], "ERROR")]
+    assert "vek_mbim_filter_enable_confirm_cb KORVANE_MIPC_T_RESPONSE_STRING failed! ERROR line=" in log()
