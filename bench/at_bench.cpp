@@ -8,13 +8,13 @@
 #include <strings.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <thread>
 
 #include "row.h"
 #include "sd_bus_peer.h"
+#include "unix_socket.h"
 #include "vek_pal.h"
 
 namespace {
@@ -116,26 +116,11 @@ constexpr char kServerPath[] = "/data/vek_pal_ipc_server.sock";
 constexpr char kClientPath[] = "/data/vek_pal_at_client.sock";
 constexpr char kFloorPath[] = "/data/floor.sock";
 
-sockaddr_un address_of(const char* path) {
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  strncpy(address.sun_path, path, sizeof address.sun_path - 1);
-  return address;
-}
-
-int bound_socket(const char* path) {
-  const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  const sockaddr_un address = address_of(path);
-  unlink(path);
-  if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) abort();
-  return fd;
-}
-
 // The AT server's end: sends the command, waits for the answer.
 void ask(benchmark::State& state, const char* daemon) {
-  const int answers = bound_socket(kClientPath);
+  const int answers = bench::bound(kClientPath);
   const int commands = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  const sockaddr_un address = address_of(daemon);
+  const sockaddr_un address = bench::unix_address(daemon);
   char message[sizeof(int32_t) + sizeof kCommand] = {4};
   memcpy(message + sizeof(int32_t), kCommand, sizeof kCommand);
   for (auto _ : state) {
@@ -168,7 +153,7 @@ void floor_daemon(int server) {
     if (strncasecmp(line, "AT+GTVYREN", strcspn(line, "=?")) != 0) continue;
     char answer[sizeof(int32_t) + sizeof kAnswer] = {};
     memcpy(answer + sizeof(int32_t), kAnswer, sizeof kAnswer);
-    const sockaddr_un to = address_of(kClientPath);
+    const sockaddr_un to = bench::unix_address(kClientPath);
     const int reply = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     sendto(reply, answer, sizeof answer - 1, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
     close(reply);
@@ -176,10 +161,10 @@ void floor_daemon(int server) {
 }
 
 void command_floor(benchmark::State& state) {
-  const int server = bound_socket(kFloorPath);
+  const int server = bench::bound(kFloorPath);
   std::thread daemon(floor_daemon, server);
   ask(state, kFloorPath);
-  const sockaddr_un address = address_of(kFloorPath);
+  const sockaddr_un address = bench::unix_address(kFloorPath);
   sendto(server, "", 1, 0, reinterpret_cast<const sockaddr*>(&address), sizeof address);
   daemon.join();
   close(server);

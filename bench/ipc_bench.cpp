@@ -12,6 +12,7 @@
 
 #include "row.h"
 #include "sd_bus_peer.h"
+#include "unix_socket.h"
 #include "vek_pal.h"
 
 namespace {
@@ -22,19 +23,8 @@ constexpr char kReply[] = "/data/bench_reply.sock";
 constexpr char kSink[] = "/data/bench_sink.sock";
 constexpr char kMessage[] = "\x64\0\0\0AT+GTVYREN?";
 
-sockaddr_un unix_address(const char* path) {
-  sockaddr_un address = {AF_UNIX, ""};
-  memcpy(address.sun_path, path, strlen(path));
-  return address;
-}
-
-int bound(const char* path) {
-  unlink(path);
-  const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
-  const sockaddr_un address = unix_address(path);
-  if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) abort();
-  return fd;
-}
+using bench::bound;
+using bench::unix_address;
 
 // A new socket a message, as there is nothing to keep between two.
 void floor_send(const char* path, const void* data, size_t size) {

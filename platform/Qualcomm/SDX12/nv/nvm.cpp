@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/base/file_bytes.h"
 #include "common/base/unique_fd.h"
 #include "log/log.h"
 #include "nv/nvm_table.h"
@@ -51,14 +52,8 @@ int write_to_ap(const vek_nvm_row& row, const void* data, unsigned len) {
   const Path path(row);
   const UniqueFd file(open(path.text, O_WRONLY | O_CREAT | O_TRUNC | O_SYNC | O_CLOEXEC, kFileMode));
   if (!file) return FAIL(-1, "Open %s failed. file handle value: %d\n", path.text, file.get());
-  const auto* from = static_cast<const char*>(data);
-  for (size_t left = len; left > 0;) {
-    const ssize_t written = write(file.get(), from, left);
-    if (written <= 0) return FAIL(-1, "Write %s failed", path.text);
-    from += written;
-    left -= static_cast<size_t>(written);
-  }
-  if (fsync(file.get()) != 0) return FAIL(-1, "Write %s failed", path.text);
+  if (!vek::write_all(file.get(), static_cast<const char*>(data), len) || fsync(file.get()) != 0)
+    return FAIL(-1, "Write %s failed", path.text);
   LOG_I("Write NV file finished");
   return 0;
 }

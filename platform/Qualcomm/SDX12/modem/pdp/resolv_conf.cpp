@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/base/file_bytes.h"
 #include "common/base/heap_block.h"
 #include "common/base/unique_fd.h"
 #include "log/log.h"
@@ -46,25 +47,6 @@ bool follow_links(Work& work) {
     memcpy(place, work.scratch, static_cast<size_t>(length) + 1);
   }
   return false;
-}
-
-bool write_all(int fd, const char* data, size_t length) {
-  while (length > 0) {
-    const ssize_t written = write(fd, data, length);
-    if (written < 0) return false;
-    data += written;
-    length -= static_cast<size_t>(written);
-  }
-  return true;
-}
-
-// Appends all of `from` to `to`. The size of a file that grows meanwhile does not matter.
-bool copy_rest(int from, int to, Work& work) {
-  for (;;) {
-    const ssize_t got = read(from, work.scratch, sizeof work.scratch);
-    if (got <= 0) return got == 0;
-    if (!write_all(to, work.scratch, static_cast<size_t>(got))) return false;
-  }
 }
 
 // A file beside `work.path` that is removed again unless it takes that file's place.
@@ -114,9 +96,9 @@ int vek_pal_insert_dns_addr_top(const char* primary, const char* secondary) {
 
   Replacement new_file(*work);
   if (new_file.fd() < 0) return FAIL(-1, "create new /etc/resolv.conf fail: %s", strerror(errno));
-  if (!write_all(new_file.fd(), work->lines, length))
+  if (!vek::write_all(new_file.fd(), work->lines, length))
     return FAIL(-1, "write /etc/resolv.conf fail: %s", strerror(errno));
-  if (old_file && !copy_rest(old_file.get(), new_file.fd(), *work))
+  if (old_file && !vek::copy_rest(old_file.get(), new_file.fd(), work->scratch, sizeof work->scratch))
     return FAIL(-1, "copy /etc/resolv.conf fail: %s", strerror(errno));
   // Everybody resolves names: the new file must be as readable as the old one was.
   const bool owned = !old_file || fchown(new_file.fd(), old_stat.st_uid, old_stat.st_gid) == 0;

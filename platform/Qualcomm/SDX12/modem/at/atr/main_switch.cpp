@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "common/base/file_bytes.h"
 #include "common/base/unique_fd.h"
 #include "log/log.h"
 #include "vek_pal/at.h"
@@ -21,26 +22,10 @@ constexpr mode_t kMode = 0644;
 constexpr char kOn = '1';
 constexpr char kOff = '0';
 
-bool write_all(int file, const char* from, size_t left) {
-  while (left > 0) {
-    const ssize_t written = write(file, from, left);
-    if (written <= 0) return false;
-    from += written;
-    left -= static_cast<size_t>(written);
-  }
-  return true;
-}
-
 // Everything behind the first byte of `old`; a file of one byte or none has nothing to copy.
-bool copy_rest(int file, int old) {
+bool copy_behind_switch(int old, int file) {
   char piece[512];
-  off_t offset = 1;
-  for (;;) {
-    const ssize_t got = pread(old, piece, sizeof piece, offset);
-    if (got <= 0) return got == 0;
-    if (!write_all(file, piece, static_cast<size_t>(got))) return false;
-    offset += got;
-  }
+  return lseek(old, 1, SEEK_SET) == 1 && vek::copy_rest(old, file, piece, sizeof piece);
 }
 
 bool write_new_file(bool on, const UniqueFd& old) {
@@ -48,7 +33,7 @@ bool write_new_file(bool on, const UniqueFd& old) {
   const mode_t mode = old && fstat(old.get(), &status) == 0 ? status.st_mode & 07777 : kMode;
   const UniqueFd file(open(kNewPath, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kMode));
   if (!file) return FAIL(false, "Failed to open file: %s", kPath);
-  if (write_all(file.get(), on ? &kOn : &kOff, 1) && (!old || copy_rest(file.get(), old.get())) &&
+  if (vek::write_all(file.get(), on ? &kOn : &kOff, 1) && (!old || copy_behind_switch(old.get(), file.get())) &&
       fchmod(file.get(), mode) == 0 && fsync(file.get()) == 0 && rename(kNewPath, kPath) == 0)
     return true;
   unlink(kNewPath);
