@@ -2,20 +2,17 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <sys/msg.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <mutex>
-#include <thread>
 
 #include "command.h"
+#include "progress.h"
 #include "sentence_json.h"
 #include "vek_pal/at_client.h"
 #include "vek_pal/gnss.h"
@@ -27,30 +24,6 @@ using std::chrono::steady_clock;
 
 // No acquisition that reached the receiver ends before.
 constexpr std::chrono::seconds kShortestAcquisition{4};
-
-// Counts the seconds on a terminal while the library works.
-class Progress {
- public:
-  explicit Progress(unsigned limit) {
-    if (isatty(STDERR_FILENO) == 0) return;
-    ticker_ = std::jthread([this, limit](const std::stop_token& stop) {
-      std::mutex mutex;
-      std::unique_lock lock(mutex);
-      for (unsigned seconds = 0; !stop.stop_requested(); seconds++) {
-        const unsigned done = std::min(seconds * kWidth / limit, kWidth);
-        fmt::print(stderr, "\rwaiting for a fix [{:#<{}}{:.<{}}] {} s of {} s ", "", done, "", kWidth - done,
-                   std::min(seconds, limit), limit);
-        tick_.wait_for(lock, stop, std::chrono::seconds(1), [] { return false; });
-      }
-      fmt::print(stderr, "\r\033[K");
-    });
-  }
-
- private:
-  static constexpr unsigned kWidth = 30;
-  std::condition_variable_any tick_;
-  std::jthread ticker_;
-};
 
 // Ctrl-C in the middle leaves the receiver as it was found: off, and no queue behind.
 std::atomic<bool> g_acquiring = false;
@@ -91,7 +64,7 @@ Json fix(Run& run, unsigned timeout) {
   g_acquiring = true;
   int result;
   {
-    const Progress progress(timeout);
+    const Progress progress("waiting for a fix", timeout);
     result = vek_pal_gnss_info_acquire(timeout, &found);
   }
   g_acquiring = false;
