@@ -6,53 +6,62 @@
 #include <asio/steady_timer.hpp>
 #include <asio/use_awaitable.hpp>
 #include <deque>
+#include <memory>
 #include <utility>
 
 namespace simulated {
 
-// A mutex for coroutines of one event loop: who comes first goes first.
+// A mutex for coroutines of one event loop: who comes first goes first. A coroutine that waits or holds the turn may be
+// destroyed, and may outlive the Turn, as both happen when the loop ends.
 class Turn {
+  struct Queue {
+    std::deque<std::weak_ptr<asio::steady_timer>> waiting;
+    bool taken = false;
+
+    // The turn stays taken when it passes to the next.
+    void pass_on() {
+      for (; !waiting.empty(); waiting.pop_front()) {
+        if (const auto next = waiting.front().lock()) {
+          waiting.pop_front();
+          next->cancel();
+          return;
+        }
+      }
+      taken = false;
+    }
+  };
+
  public:
   explicit Turn(asio::any_io_executor executor) : executor_(std::move(executor)) {}
 
   class Holder {
    public:
-    explicit Holder(Turn* turn) : turn_(turn) {}
-    Holder(Holder&& other) noexcept : turn_(std::exchange(other.turn_, nullptr)) {}
+    explicit Holder(std::shared_ptr<Queue> queue) : queue_(std::move(queue)) {}
+    Holder(Holder&&) = default;
     Holder(const Holder&) = delete;
     Holder& operator=(const Holder&) = delete;
     ~Holder() {
-      if (turn_ != nullptr) turn_->pass_on();
+      if (queue_) queue_->pass_on();
     }
 
    private:
-    Turn* turn_;
+    std::shared_ptr<Queue> queue_;
   };
 
   asio::awaitable<Holder> take() {
-    if (std::exchange(taken_, true)) {
-      asio::steady_timer called{executor_, asio::steady_timer::time_point::max()};
-      waiting_.push_back(&called);
+    const std::shared_ptr<Queue> queue = queue_;
+    if (std::exchange(queue->taken, true)) {
+      const auto called = std::make_shared<asio::steady_timer>(executor_, asio::steady_timer::time_point::max());
+      queue->waiting.push_back(called);
       asio::error_code cancelled;  // the call
-      co_await called.async_wait(asio::redirect_error(asio::use_awaitable, cancelled));
+      co_await called->async_wait(asio::redirect_error(asio::use_awaitable, cancelled));
     }
-    co_return Holder{this};
+    co_return Holder{queue};
   }
 
  private:
-  // The turn stays taken when it passes to the next in the queue.
-  void pass_on() {
-    if (waiting_.empty()) {
-      taken_ = false;
-      return;
-    }
-    waiting_.front()->cancel();
-    waiting_.pop_front();
-  }
-
   asio::any_io_executor executor_;
-  std::deque<asio::steady_timer*> waiting_;
-  bool taken_ = false;
+  std::shared_ptr<Queue> queue_ = std::make_shared<Queue>();
 };
 
 }  // namespace simulated

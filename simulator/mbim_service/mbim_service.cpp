@@ -102,7 +102,7 @@ void MbimService::send(const ReplyPtr& reply, std::int32_t message_id, std::stri
       events_,
       [this, reply, message_id, payload = std::move(payload),
        description = std::move(description)]() -> asio::awaitable<void> {
-        if (!co_await daemon_.post(message_id, payload)) co_return reply->fail("no daemon listens");
+        if (!co_await daemon_.post(message_id, payload)) co_return reply->fail("no daemon takes it");
         watch_.tell(kTopic, "event: " + description);
         reply->done("sent " + description);
       },

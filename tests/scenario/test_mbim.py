@@ -52,5 +52,5 @@ def test_lines_for_the_laptop_arrive_as_they_were_sent(module, vyreld):
 
 
 def test_an_event_without_a_daemon_fails(module):
-    with pytest.raises(CommandFailed, match="no daemon listens"):
+    with pytest.raises(CommandFailed, match="no daemon takes it"):
         module.ctl("mbim", "open", 1)
