@@ -161,6 +161,7 @@ void close_when_unused() {
   s.connection++;
   s.link.close();
   s.armed = false;
+  s.unfinished_since = 0;
   pthread_cond_broadcast(&s.changed);
 }
 

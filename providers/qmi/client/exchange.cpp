@@ -129,6 +129,7 @@ void read_once(Milliseconds deadline) {
   const int fd = s.link.fd();
   arm(false);
   s.reading = true;
+  if (s.unfinished_since != 0) deadline = std::min(deadline, s.unfinished_since + kUnfinishedFrameMs);
   pthread_mutex_unlock(&s.mutex);
   Link::Progress progress = Link::Progress::would_block;
   if (wait_for(fd, POLLIN, deadline)) progress = s.link.receive();
@@ -140,8 +141,15 @@ void read_once(Milliseconds deadline) {
   while (!s.lost) {
     const std::span<const uint8_t> frame = s.link.next_frame(no_frames);
     if (frame.empty()) break;
+    s.unfinished_since = 0;
     take_frame(frame);
   }
+  if (!s.link.has_unfinished_frame())
+    s.unfinished_since = 0;
+  else if (s.unfinished_since == 0)
+    s.unfinished_since = now_ms();
+  else if (now_ms() >= s.unfinished_since + kUnfinishedFrameMs)
+    no_frames = true;
   if (no_frames) connection_lost(/*void_ids=*/false);
   close_when_unused();
 }
@@ -155,6 +163,7 @@ void hand_over() {
     return;
   }
   arm(true);
+  if (s.unfinished_since != 0) wake_receive_thread();
 }
 
 qmi_client_error_type exchange(const FrameHeader& header, const Message& request, const void* record,

@@ -124,6 +124,16 @@ void* receive(void*) {
       timeout = static_cast<int>(next_try - now_ms() + 1);
     }
 
+    if (s.unfinished_since != 0 && !s.reading && s.link.is_open()) {
+      const auto left = static_cast<int>(s.unfinished_since + kUnfinishedFrameMs - now_ms());
+      if (left <= 0) {
+        read_once(now_ms());
+        hand_over();
+        continue;
+      }
+      timeout = timeout < 0 ? left : std::min(timeout, left);
+    }
+
     epoll_event events[2];
     pthread_mutex_unlock(&s.mutex);
     const int count = epoll_wait(s.epoll, events, 2, std::max(timeout, -1));

@@ -64,8 +64,9 @@ struct Session {
   bool reading = false;  // a thread is at the link without the mutex: it must not be closed now
   bool lost = false;     // the link is to be closed by who leaves it last
   bool through_proxy = false;
-  unsigned connection = 0;  // counts them
-  bool armed = false;       // the receive thread would see what comes
+  unsigned connection = 0;            // counts them
+  bool armed = false;                 // the receive thread would see what comes
+  Milliseconds unfinished_since = 0;  // when the first bytes came of a frame that lacks its end; 0: there is none
   uint8_t ctl_transaction = 0;
   Waiter* waiters = nullptr;
   qmi_client_struct clients[16] = {};
@@ -91,6 +92,9 @@ qmi_client_error_type exchange(const FrameHeader& header, const Message& request
                                Milliseconds deadline);
 // Ends a request, whatever its own thread is doing.
 void finish(Waiter& waiter, qmi_client_error_type outcome);
+// A modem sends a frame in one go. One that stays without its end for so long was never one: its length is garbage, and
+// would swallow the frames that follow.
+constexpr Milliseconds kUnfinishedFrameMs = 1000;
 // Reads once, blocking until `deadline`, and deals with what came. Only for a thread that found `reading` false.
 void read_once(Milliseconds deadline);
 // What a thread that has read, or waited, does last: somebody else takes over.

@@ -44,6 +44,8 @@ class Link {
   // The next whole frame received, valid until the next receive(); empty when there is none. `broken` tells that the
   // bytes are no frames any more.
   std::span<const uint8_t> next_frame(bool& broken);
+  // Bytes of a frame whose rest is still to come.
+  bool has_unfinished_frame() const { return in_begin_ != in_end_; }
 
  private:
   bool take(int fd, bool is_socket);
