@@ -32,8 +32,8 @@ Json status() {
 
 Json wait_refresh() {
   need_modem(vek_pal_qmi_get_dms_client(), "DMS");
+  vek_pal_clear_mbn_refresh_status();  // first: one that completes from now on counts
   if (vek_pal_qmi_pdc_event_register() != 0) throw Failure("the modem does not report refreshes of its configuration");
-  vek_pal_clear_mbn_refresh_status();
   const auto start = std::chrono::steady_clock::now();
   vek_pal_wait_mbn_refresh_sem();
   const auto waited = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);

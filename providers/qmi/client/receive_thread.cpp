@@ -119,6 +119,7 @@ void* receive(void*) {
       if (now_ms() >= next_try) {
         pause = recover_clients() ? kFirstPauseMs : std::min(2 * pause, kLongestPauseMs);
         next_try = now_ms() + pause;
+        hand_over();  // a connection on which nobody had to ask anything is not being read yet
         continue;
       }
       timeout = static_cast<int>(next_try - now_ms() + 1);
