@@ -52,7 +52,8 @@ class Program:
         self.end = self.process.end
 
     def signal(self, name):
-        self._module.run("kill", "-" + name, self._pid)
+        """Nothing happens when it has just ended by itself."""
+        self._module.run("kill", "-" + name, self._pid, check=False)
 
     def stop(self, signal="TERM"):
         """Its exit status after the signal."""
