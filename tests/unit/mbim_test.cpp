@@ -8,10 +8,16 @@ namespace {
 
 int g_user;
 std::vector<std::string> g_heard;
-std::vector<int32_t> g_ids;
-std::vector<vek_pal_ipc_callback> g_handlers;
-std::vector<void*> g_words;
 int g_register_result = 0;
+
+// Keeps what was registered to the end of the process, as the IPC server does.
+struct Entry {
+  int32_t id;
+  vek_pal_ipc_callback handler;
+  void* word;
+};
+Entry g_entries[16];
+size_t g_entry_count = 0;
 
 std::string event(const std::vector<int32_t>& numbers, const std::string& text = "") {
   return std::string(reinterpret_cast<const char*>(numbers.data()), 4 * numbers.size()) + text;
@@ -34,8 +40,8 @@ void on_connect(int status, const char* apn, void* user) {
 void deliver(int32_t id, std::string payload) {
   const auto length = static_cast<int32_t>(payload.size());
   payload.push_back('\0');
-  for (size_t i = 0; i < g_ids.size(); i++)
-    if (g_ids[i] == id) g_handlers[i](id, payload.data(), length, g_words[i]);
+  for (size_t i = 0; i < g_entry_count; i++)
+    if (g_entries[i].id == id) g_entries[i].handler(id, payload.data(), length, g_entries[i].word);
 }
 
 }  // namespace
@@ -43,9 +49,7 @@ void deliver(int32_t id, std::string payload) {
 // The IPC server, without its thread.
 int vek_pal_ipc_msg_register_cmd(int32_t msg_id, vek_pal_ipc_callback callback, void* user) {
   if (g_register_result != 0) return g_register_result;
-  g_ids.push_back(msg_id);
-  g_handlers.push_back(callback);
-  g_words.push_back(user);
+  g_entries[g_entry_count++] = {msg_id, callback, user};
   return 0;
 }
 
@@ -79,7 +83,7 @@ TEST(Mbim, EventsReachTheCallbacksDecoded) {
     EXPECT_EQ(g_heard, *row.heard != '\0' ? std::vector<std::string>{row.heard} : std::vector<std::string>{});
   }
   g_heard.clear();
-  g_handlers[0](3, nullptr, -4, g_words[0]);
+  g_entries[0].handler(3, nullptr, -4, g_entries[0].word);
   EXPECT_TRUE(g_heard.empty()) << "a datagram without a whole id";
 
   ASSERT_EQ(vek_pal_mbim_open_status_indication_register(on_open, &g_user), 0);
