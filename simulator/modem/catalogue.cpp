@@ -115,6 +115,37 @@ constexpr Group kGroups[] = {
     {0x01, 0x2D, MessageType::response, kRuntimeSettings},
 };
 
+// Whether the layouts are in the language that catalogue.h describes.
+constexpr bool is_form(std::string_view form) {
+  constexpr std::string_view kForms[] = {"u8",  "u16", "u32",  "u64", "i8",  "i16", "i32", "f32", "ip4",
+                                         "ip6", "hex", "text", "s8",  "s16", "b8",  "b16", "c3"};
+  return std::ranges::find(kForms, form) != std::end(kForms);
+}
+
+constexpr bool is_layout(std::string_view layout) {
+  for (bool last = false; !last;) {
+    const size_t list = layout.find('<');
+    size_t end = layout.find(',');
+    if (list < end) {  // "a8<...> name": what is between the brackets is a layout too; none here lies in another
+      const size_t close = layout.find('>');
+      const std::string_view count = layout.substr(0, list);
+      if (close == layout.npos || !is_layout(layout.substr(list + 1, close - list - 1))) return false;
+      if (count != "a8" && count != "a16" && count != "a32") return false;
+      end = layout.find(',', close);
+    } else if (!is_form(layout.substr(0, std::min(layout.find(' '), end)))) {
+      return false;
+    }
+    last = end == layout.npos;
+    layout.remove_prefix(last ? layout.size() : end + 2);
+  }
+  return true;
+}
+
+static_assert(std::ranges::all_of(kGroups, [](const Group& group) {
+  return std::ranges::all_of(group.entries, [](const Entry& entry) { return is_layout(entry.layout); });
+}));
+static_assert(is_layout("u8 a, a8<u8 b, s8 c> d, text e") && !is_layout("u8 a, u9 b") && !is_layout("a8<u8 b"));
+
 struct Words {
   std::string_view member;
   std::string_view words;  // for 0, 1, 2 ..., separated by commas; empty where a number has none

@@ -57,9 +57,65 @@ def test_the_operating_mode_is_what_was_set(ask, mode):
     assert shown["HW restricted"] == "no"
 
 
+# What qmicli prints about a module on which nobody has changed anything.
+PLAIN_QUERIES = {
+    "--nas-get-serving-system": """
+        Registration state: 'registered'
+        CS: 'attached'
+        PS: 'attached'
+        Selected network: '3gpp'
+        [0]: 'lte'
+        Roaming status: 'off'
+        Description: 'Test network'
+        3GPP cell ID: '27447299'
+        LTE tracking area code: '4660'
+        MNC with PCS digit: 'no'""",
+    "--nas-get-signal-info": """
+        LTE:
+        RSSI: '-61 dBm'
+        RSRQ: '-11 dB'
+        RSRP: '-92 dBm'
+        SNR: '13.4 dB'""",
+    "--nas-get-system-info": """
+        LTE service:
+        Status: 'available'
+        Domain: 'cs-ps'
+        Cell ID: '27447299'
+        MCC: '001'
+        MNC: '01'
+        Tracking Area Code: '4660'""",
+    "--wds-get-profile-list=3gpp": """
+        [1] 3gpp - internet
+        APN: 'internet.example'
+        PDP type: 'ipv4-or-ipv6'
+        Auth: 'none'
+        No roaming: 'no'
+        [2] 3gpp - ims""",
+    "--wds-get-lte-attach-pdn-list": """
+        Current list: '1'
+        Pending list: n/a""",
+    "--wds-get-packet-service-status": """
+        Connection status: 'disconnected'""",
+    "--wds-set-ip-family=4": "",
+    "--wms-get-routes": """
+        Got 5 SMS routes:
+        Message Type: point
+        Message Class: none
+        Receipt Action: store-and-notify""",
+}
+
+
+@pytest.mark.parametrize("question", PLAIN_QUERIES)
+def test_plain_queries(ask, question):
+    shown = [line.strip().removeprefix("[/dev/cdc-wdm0] ") for line in ask(question).splitlines()]
+    for line in PLAIN_QUERIES[question].splitlines():
+        assert line.strip() in ["", *shown]
+
+
 @pytest.mark.parametrize(
     "question, error",
     [
+        ("--wds-get-current-settings", "QMI protocol error (15): 'OutOfCall'"),
         ("--loc-noop", "QMI protocol error (31): 'InvalidServiceType'"),
         ("--dms-get-model", "QMI protocol error (71): 'InvalidQmiCommand'"),
         ("--dms-get-hardware-revision", "QMI protocol error (71): 'InvalidQmiCommand'"),

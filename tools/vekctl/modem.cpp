@@ -2,6 +2,7 @@
 #include <chrono>
 
 #include "command.h"
+#include "vek_pal/net.h"
 #include "vek_pal/qmi.h"
 
 namespace vekctl {
@@ -27,6 +28,8 @@ Json status() {
     any = any || service.open;
   }
   need_modem(any ? &services : nullptr, "DMS");
+  int radio = 0;
+  answer["radio"] = vek_pal_get_radio_state(&radio) != 0 ? Json(nullptr) : Json(radio == 1 ? "on" : "off");
   return answer;
 }
 
@@ -44,7 +47,8 @@ Json wait_refresh() {
 const Group kGroup{"modem", [](CLI::App& top, Run& run) {
                      CLI::App* modem = top.add_subcommand("modem", "The modem behind the module");
                      modem->require_subcommand(1);
-                     run.command(modem->add_subcommand("status", "Shows which of its services answer"), status);
+                     run.command(modem->add_subcommand("status", "Shows which of its services answer, and its radio"),
+                                 status);
                      run.command(modem->add_subcommand("wait-refresh",
                                                        "Waits, at most 10 s, until a refresh of its "
                                                        "configuration is complete"),
