@@ -24,7 +24,7 @@ target_include_directories(vek_pal PUBLIC ${CMAKE_SOURCE_DIR}/include)
 target_link_libraries(vek_pal PRIVATE vek_sanitizers ${VEK_PROVIDER_LIBRARIES})
 target_link_options(vek_pal PRIVATE
   -static-libgcc
-  -Wl,--version-script=${VEK_VERSION_SCRIPT} -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--gc-sections -Wl,--as-needed
+  -Wl,--version-script=${VEK_VERSION_SCRIPT} -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,-z,noseparate-code -Wl,--gc-sections -Wl,--as-needed
   -Wl,-Bsymbolic-functions -Wl,--hash-style=gnu)
 if(NOT VEK_SANITIZE)
   target_link_options(vek_pal PRIVATE -Wl,-z,defs)

@@ -17,12 +17,23 @@ constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwx
 constexpr uint8_t kPadding = 64;
 constexpr uint8_t kInvalid = 127;
 
-// Two characters for twelve bits: 8 KiB, for less than half the time that one character for six takes.
+// Two characters for twelve bits: 8 KiB, for less than half the time that one character for six takes. The module's flash
+// is worth more than that, so the 32-bit build does without.
+constexpr bool kHasPairs = sizeof(void*) > 4;
 constexpr auto kPairs = [] {
-  std::array<std::array<char, 2>, 4096> pairs{};
+  std::array<std::array<char, 2>, kHasPairs ? 4096 : 0> pairs{};
   for (size_t i = 0; i < pairs.size(); i++) pairs[i] = {kAlphabet[i >> 6], kAlphabet[i & 63]};
   return pairs;
 }();
+
+void put_pair(unsigned char* to, uint64_t twelve_bits) {
+  if constexpr (kHasPairs) {
+    memcpy(to, &kPairs[twelve_bits], 2);
+  } else {
+    to[0] = static_cast<unsigned char>(kAlphabet[twelve_bits >> 6]);
+    to[1] = static_cast<unsigned char>(kAlphabet[twelve_bits & 63]);
+  }
+}
 
 constexpr auto kValues = [] {
   std::array<uint8_t, 256> values{};
@@ -151,11 +162,11 @@ int vek_pal_base64_encode(unsigned char* dst, unsigned dsize, const unsigned cha
   // Six bytes of a word of eight are taken at a time.
   for (; left >= sizeof(uint64_t); left -= 6, src += 6) {
     const auto bits = vek::load<std::endian::big, uint64_t>(src);
-    for (int shift = 52; shift >= 16; shift -= 12, to += 2) memcpy(to, &kPairs[bits >> shift & 4095], 2);
+    for (int shift = 52; shift >= 16; shift -= 12, to += 2) put_pair(to, bits >> shift & 4095);
   }
   for (; left >= 3; left -= 3, src += 3) {
     const uint32_t bits = static_cast<uint32_t>(src[0] << 16 | src[1] << 8 | src[2]);
-    for (int shift = 12; shift >= 0; shift -= 12, to += 2) memcpy(to, &kPairs[bits >> shift & 4095], 2);
+    for (int shift = 12; shift >= 0; shift -= 12, to += 2) put_pair(to, bits >> shift & 4095);
   }
   if (left > 0) {
     const uint32_t bits = static_cast<uint32_t>(src[0] << 16 | (left == 2 ? src[1] << 8 : 0));

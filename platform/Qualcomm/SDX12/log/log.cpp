@@ -94,30 +94,36 @@ int send_to_diag(uint32_t line, uint32_t mask, const char* file, const char* tex
 
 }  // namespace
 
-void vek::log::write(uint32_t origin, const char* tag, const char* file, const char* func, const char* fmt, ...) {
+void vek::log::write(uint32_t origin, const Module& module, const char* func, const char* fmt, va_list args) {
+  const uint32_t level = origin >> kLineBits;
+  const uint32_t line = origin & ((1u << kLineBits) - 1);
+  if (level > g_level) return;
   const int saved_errno = errno;
-  const uint32_t line = origin & 0xFFFF;
   {
     const MutexLock lock(vek_log_mutex);
     memset(print_buf, 0, sizeof print_buf);
     Text text(print_buf, sizeof print_buf);
     if (vek_pal_file_logging_enable != 0) text.add(timestamp());
-    text.add_tag(tag);
+    text.add_tag(module.tag);
     text.add("[");
     text.add(func);
     text.add(":");
     text.add_number(static_cast<int>(line));
     text.add("]-");
     errno = saved_errno;  // for "%m"
-    va_list args;
-    va_start(args, fmt);
     text.add_formatted(fmt, args);
-    va_end(args);
     text.add(" \n");
     if (vek_pal_file_logging_enable != 0) append_to_log_file(print_buf);
-    send_to_diag(line, kMasks[origin >> 16], file, print_buf);
+    send_to_diag(line, kMasks[level], module.file, print_buf);
   }
   errno = saved_errno;
+}
+
+void vek::log::record_as(const Module& module, uint32_t origin, const char* func, const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  write(origin, module, func, fmt, args);
+  va_end(args);
 }
 
 int vek_pal_log_set_level(unsigned level) {

@@ -12,7 +12,7 @@ __attribute__((weak)) void vek_pal_wds_qmi_ind_cb(qmi_client_type, unsigned, voi
 namespace vek::qmi {
 namespace {
 
-constexpr char kModemTag[] = "MODEM";
+constexpr char kLogTag[] = "MODEM";
 
 // The interface versions that the library speaks. Only the first number decides whether a service object exists.
 constexpr int32_t kMajor = 1, kMinor = 0, kTool = 6;
@@ -22,26 +22,28 @@ int as_number(qmi_client_type handle) { return static_cast<int>(reinterpret_cast
 // With `opening` held, so that two threads that need a client at once open one.
 qmi_client_type open_client(ClientSlot& slot) {
   const ClientKind& kind = *slot.kind;
-  const char* const kLogTag = kind.tag;
   const qmi_idl_service_object_type object = kind.object(kMajor, kMinor, kTool);
-  if (object == nullptr) return FAIL(nullptr, "%s not available.%s", kind.service_name, kind.end);
+  if (object == nullptr) {
+    LOG_E_AS(*kind.module, "%s not available.%s", kind.service_name, kind.end);
+    return nullptr;
+  }
 
   qmi_client_type handle = nullptr;
   const int rc = qmi_client_init_instance(object, kAnyQmiInstance, kind.indication, nullptr, &slot.os_params,
                                           kind.timeout_ms, &handle);
   if (rc != QMI_NO_ERR) {
-    LOG_E("Failed to init %s qmi client, error code: %d%s", kind.failed_name, rc, kind.failed_end);
+    LOG_E_AS(*kind.module, "Failed to init %s qmi client, error code: %d%s", kind.failed_name, rc, kind.failed_end);
     if (handle != nullptr) qmi_client_release(handle);
     return nullptr;
   }
   slot.handle = handle;
-  LOG_I("%s client inited success, handle %d%s", kind.name, as_number(handle), kind.end);
+  LOG_I_AS(*kind.module, "%s client inited success, handle %d%s", kind.name, as_number(handle), kind.end);
   return handle;
 }
 
 void ignore_indication(qmi_client_type, unsigned, void*, unsigned, void*) {}
 
-constexpr ClientKind kDms = {.tag = kModemTag,
+constexpr ClientKind kDms = {.module = &log::kModuleOf<kLogTag>,
                              .name = "DMS",
                              .lower_name = "dms",
                              .service_name = "DMS",
@@ -52,7 +54,7 @@ constexpr ClientKind kDms = {.tag = kModemTag,
                              .object = dms_get_service_object_internal_v01,
                              .indication = nullptr,
                              .timeout_ms = 3000};
-constexpr ClientKind kWds = {.tag = kModemTag,
+constexpr ClientKind kWds = {.module = &log::kModuleOf<kLogTag>,
                              .name = "WDS",
                              .lower_name = "WDS",
                              .service_name = "WDS service",
@@ -63,7 +65,7 @@ constexpr ClientKind kWds = {.tag = kModemTag,
                              .object = wds_get_service_object_internal_v01,
                              .indication = vek_pal_wds_qmi_ind_cb,
                              .timeout_ms = 10000};
-constexpr ClientKind kNas = {.tag = kModemTag,
+constexpr ClientKind kNas = {.module = &log::kModuleOf<kLogTag>,
                              .name = "NAS",
                              .lower_name = "NAS",
                              .service_name = "NAS service",
@@ -74,7 +76,7 @@ constexpr ClientKind kNas = {.tag = kModemTag,
                              .object = nas_get_service_object_internal_v01,
                              .indication = vek_pal_nas_qmi_ind_cb,
                              .timeout_ms = 10000};
-constexpr ClientKind kUim = {.tag = kModemTag,
+constexpr ClientKind kUim = {.module = &log::kModuleOf<kLogTag>,
                              .name = "UIM",
                              .lower_name = "UIM",
                              .service_name = "UIM service",
@@ -85,7 +87,7 @@ constexpr ClientKind kUim = {.tag = kModemTag,
                              .object = uim_get_service_object_internal_v01,
                              .indication = vek_pal_uim_qmi_ind_cb,
                              .timeout_ms = 3000};
-constexpr ClientKind kSimReset = {.tag = kModemTag,
+constexpr ClientKind kSimReset = {.module = &log::kModuleOf<kLogTag>,
                                   .name = "UIM",
                                   .lower_name = "UIM",
                                   .service_name = "UIM service",
@@ -106,21 +108,22 @@ constinit ClientSlot g_sim_reset = {&kSimReset};
 }  // namespace
 
 int init_client(ClientSlot& slot) {
-  const char* const kLogTag = slot.kind->tag;
   const MutexLock lock(slot.opening);
-  if (slot.handle != nullptr)
-    return FAIL(0, "%s client already initialized. Handle %d.%s", slot.kind->lower_name, as_number(slot.handle),
-                slot.kind->end);
+  if (slot.handle != nullptr) {
+    LOG_E_AS(*slot.kind->module, "%s client already initialized. Handle %d.%s", slot.kind->lower_name,
+             as_number(slot.handle), slot.kind->end);
+    return 0;
+  }
   return open_client(slot) != nullptr ? 0 : -1;
 }
 
 qmi_client_type get_client(ClientSlot& slot) {
-  const char* const kLogTag = slot.kind->tag;
   if (const qmi_client_type open = slot.handle) return open;
   const MutexLock lock(slot.opening);
   if (const qmi_client_type open = slot.handle) return open;
   const qmi_client_type opened = open_client(slot);
-  return opened != nullptr ? opened : FAIL(nullptr, "Fail to init %s client", slot.kind->getter_name);
+  if (opened == nullptr) LOG_E_AS(*slot.kind->module, "Fail to init %s client", slot.kind->getter_name);
+  return opened;
 }
 
 }  // namespace vek::qmi
@@ -128,8 +131,6 @@ qmi_client_type get_client(ClientSlot& slot) {
 using namespace vek::qmi;
 
 namespace {
-
-constexpr char kLogTag[] = "MODEM";
 
 ClientSlot* wds_slot(unsigned index) {
   return index < std::size(g_wds) ? &g_wds[index] : FAIL(nullptr, "no wds client has the index %u", index);
