@@ -35,32 +35,33 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
  private:
   void start_next() {
-    if (reply_ && !reply_->ended()) return;
+    if (const ReplyPtr running = reply_.lock(); running && !running->ended()) return;
     if (requests_.empty()) {
       if (input_ended_) outbox_->close_when_sent();
       return;
     }
     const std::string request = std::move(requests_.front());
     requests_.pop_front();
-    reply_ = std::make_shared<Reply>([this, self = shared_from_this()](const Json& line, bool last) {
+    const auto reply = std::make_shared<Reply>([this, self = shared_from_this()](const Json& line, bool last) {
       outbox_->send(line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
       if (last) asio::post(outbox_->stream().get_executor(), [self] { self->start_next(); });
     });
+    reply_ = reply;
     const Json parsed = Json::parse(request, nullptr, false);
     if (!parsed.is_object() || !parsed.contains("argv") || !parsed["argv"].is_array())
-      return reply_->misused("a request is a line {\"argv\":[...]}");
+      return reply->misused("a request is a line {\"argv\":[...]}");
     std::vector<std::string> arguments;
     for (const Json& argument : parsed["argv"]) {
-      if (!argument.is_string()) return reply_->misused("argv holds texts only");
+      if (!argument.is_string()) return reply->misused("argv holds texts only");
       arguments.push_back(argument);
     }
-    control_.run(std::move(arguments), reply_);
+    control_.run(std::move(arguments), reply);
   }
 
   // The other side has gone, or only has nothing more to ask: what runs may still answer, a stream ends.
   void finish() {
     input_ended_ = true;
-    if (reply_ && reply_->streaming()) reply_->abandon();
+    if (const ReplyPtr running = reply_.lock(); running && running->streaming()) running->abandon();
     start_next();
   }
 
@@ -68,7 +69,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
   Control& control_;
   std::string input_;
   std::deque<std::string> requests_;
-  ReplyPtr reply_;
+  std::weak_ptr<Reply> reply_;  // the command's own; it keeps this connection in turn
   bool input_ended_ = false;
 };
 
