@@ -22,6 +22,7 @@
 #include "vek_pal/nvm.h"
 #include "vek_pal/qmi.h"
 #include "vek_pal/sem.h"
+#include "vek_pal/sim.h"
 #include "vek_pal/sms.h"
 #include "vek_pal/socket.h"
 #include "vek_pal/thread.h"

@@ -2,12 +2,7 @@
 
 #include "common/base/mutex_lock.h"
 #include "log/log.h"
-
-// As the SIM services define it.
-extern "C" VEK_PAL_API void vek_pal_uim_qmi_ind_cb(qmi_client_type handle, unsigned msg_id, void* ind_buf,
-                                                   unsigned ind_buf_len, void* ind_cb_data) __attribute__((weak));
-__attribute__((weak)) void vek_pal_nas_qmi_ind_cb(qmi_client_type, unsigned, void*, unsigned, void*);
-__attribute__((weak)) void vek_pal_wds_qmi_ind_cb(qmi_client_type, unsigned, void*, unsigned, void*);
+#include "vek_pal/sim.h"
 
 namespace vek::qmi {
 namespace {

@@ -4,7 +4,6 @@
 #include <string.h>
 
 #include "log/log.h"
-#include "modem/pdp/call_event.h"
 #include "modem/pdp/indication.h"
 #include "modem/pdp/interface.h"
 #include "modem/pdp/profile.h"
@@ -19,6 +18,7 @@ namespace vek::pdp {
 namespace {
 
 constexpr char kLogTag[] = "PDP";
+constexpr unsigned kWaitMs = 60000;
 constexpr int kIpv4TextSize = 32;
 constexpr int kIpv6TextSize = 64;
 
@@ -37,7 +37,7 @@ bool bring_up(Family family, vek_pal_data_conn_info& info) {
   LOG_I("data call sem init, ret=%d.", prepared);
   const Started started = start_session(family, static_cast<uint8_t>(info.profile_index));
   if (started == Started::yes) {
-    const int result = wait_for(g_connected);
+    const int result = wait_for(g_connected, kWaitMs);
     if (result != 0) LOG_E("Wait data call sem failed, ret=%d.", result);
   }
   destroy(g_connected);
@@ -114,7 +114,7 @@ bool release(Family family) {
   LOG_I(family == kIpv4 ? "data release sem init, ret=%d." : "sim sem init, ret=%d.", prepared);
   g_release_in_process = 1;
   const bool stopped = stop_session(family);
-  const int result = stopped ? wait_for(g_released) : 0;
+  const int result = stopped ? wait_for(g_released, kWaitMs) : 0;
   destroy(g_released);
   if (!stopped) return FAIL(false, "data connection_release failed for QMI");
   if (result != 0) LOG_E("[platform]: Wait sim sem failed, ret=%d.", result);

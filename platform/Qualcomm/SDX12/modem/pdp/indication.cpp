@@ -4,13 +4,15 @@
 
 #include "common/base/mutex_lock.h"
 #include "log/log.h"
-#include "modem/pdp/call_event.h"
 #include "modem/pdp/session.h"
 #include "providers/qmi/services/wds.h"
 #include "sys/qmi_clients.h"
 #include "vek_pal/data.h"
 
 constinit std::atomic<uint8_t> g_release_in_process{0};
+
+constinit vek::ModemEvent vek::pdp::g_connected{.name = "sem_data_call"};
+constinit vek::ModemEvent vek::pdp::g_released{.name = "sem_data_rls"};
 
 namespace {
 
@@ -40,7 +42,7 @@ void session_disconnected(qmi_client_type client) {
   vek::pdp::session_has_ended(client);
   if (g_release_in_process == 1) {
     LOG_I("wds manual disconnected event");
-    vek::pdp::post(vek::pdp::g_released);
+    vek::post(vek::pdp::g_released);
   } else {
     LOG_I("wds abnormal disconnected event");
     tell_deactivated();
@@ -64,7 +66,7 @@ void vek_pal_wds_qmi_ind_cb(qmi_client_type handle, unsigned msg_id, void* ind_b
   switch (state) {
     case kConnected:
       LOG_I("wds connected event,post sem");
-      return vek::pdp::post(vek::pdp::g_connected);
+      return vek::post(vek::pdp::g_connected);
     case kDisconnected:
       return session_disconnected(handle);
     default:
