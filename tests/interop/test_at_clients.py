@@ -25,7 +25,7 @@ def test_gammu_identifies_the_module_on_the_serial_port(module):
     configuration.write_text("[gammu]\nport=/dev/ttyAT0\nconnection=at115200\n")
     for _ in range(2):  # it claims the port for itself, which must not outlast it
         shown = module.run("gammu", "-c", "/run/module/gammurc", "identify", check=False).stdout
-        facts = dict(re.findall(r"^(\w+) +: (.*?) *$", shown, re.MULTILINE))
+        facts = dict(re.findall(r"^([\w ]+?) +: (.*?) *$", shown, re.MULTILINE))
         assert facts["Manufacturer"] == "VEK"
         assert "VK12-EA" in facts["Model"]
         assert "VK12.1.04.07_R2" in facts["Firmware"]
