@@ -200,6 +200,11 @@ Response Modem::handle(const vek::qmi::Frame& request, const std::optional<Fault
   } catch (const Refused& refused) {
     response.clear();
     response.refuse(refused.error);
+  } catch (const std::exception& failure) {
+    // A fault of the modem's own: like a real one it says "internal", and the trace says what.
+    trace.note("modem", failure.what());
+    response.clear();
+    response.refuse(QMI_ERR_INTERNAL_V01);
   }
   return response;
 }

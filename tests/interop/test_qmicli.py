@@ -170,3 +170,13 @@ def test_the_trace_names_what_passed():
         assert "proxy 1 <-- DMS_GET_DEVICE_SERIAL_NUMBERS response, client 1, transaction 1\n    success\n" in text
         assert '    imei: "359072061234569"\n' in text
         assert "service: 2 (DMS)" in text
+
+
+def test_the_trace_can_be_followed(module):
+    follower = Program(module, "modulectl", "trace", "--follow", "--service", "DMS")
+    qmicli(module, "--dms-get-ids")
+    follower.wait_line("--> DMS_GET_DEVICE_SERIAL_NUMBERS request")
+    follower.wait_line('imei: "359072061234569"')
+    module.ctl("modem", "stop")
+    assert not any("CTL_" in line for line in follower.process.lines)
+    follower.stop()
