@@ -21,8 +21,7 @@ enum { VEK_PAL_PDP_IPV4 = 1, VEK_PAL_PDP_IPV6 = 2, VEK_PAL_PDP_IPV4V6 = 3 };
 /** Values of `auth_type`: how the user name and the password are sent. */
 enum { VEK_PAL_AUTH_NONE = 0, VEK_PAL_AUTH_PAP = 1, VEK_PAL_AUTH_CHAP = 2, VEK_PAL_AUTH_PAP_OR_CHAP = 3 };
 
-/** What vek_pal_data_conn_sync() is asked for. The texts end with a zero byte; of a text without one, 127 bytes count.
- */
+/** What vek_pal_data_conn_sync() is asked for. Texts end with a zero byte; of a text without one, 127 bytes count. */
 typedef struct {
   char apn_name[128];
   char user_name[128];
@@ -55,12 +54,14 @@ typedef struct {
  * @param[out] info     The caller's. Cleared at the start; filled in one go, and only on success.
  * @retval 0   Up.
  * @retval -1  The records say which: an argument is NULL; the profiles cannot be read or made; no wanted family came
- * up; the interface got no address in 14 looks 5 s apart; `pdp_type` is not 1 to 3. What was done by then stays, a
- *             started session included: vek_pal_data_conn_release() takes it down.
+ *             up; the interface got no address in 14 looks 5 s apart; `pdp_type` is not 1 to 3. What was done by then
+ *             stays, a started session included: vek_pal_data_conn_release() takes it down.
  *
  * Takes seconds as a rule; at the worst each family 60 s of waiting for the network beside the modem's own time-outs,
- * then 70 s for the interface. A family that is already up is used as it is. Threads: one thread in the process calls
- * this or vek_pal_data_conn_release() at a time.
+ * then 70 s for the interface. A family that is already up is used as it is.
+ *
+ * Threads: one thread in the process calls this or vek_pal_data_conn_release() at a time. Cancelling it leaves what was
+ * done by then.
  */
 VEK_PAL_API int vek_pal_data_conn_sync(const vek_pal_data_conn_request *request, vek_pal_data_conn_info *info);
 

@@ -152,6 +152,21 @@ TEST(Operator, CodesHaveTwoOrThreeDigits) {
   EXPECT_STREQ(mnc, "mnc");
 }
 
+TEST(Operator, TheHomeCountryIsTheImsis) {
+  constexpr uint8_t kUim = 0x0B;
+  answer(kUim, 0x20, kSuccess + hex("10 0200 9000 11 0b00 0900 082926201122334455"));
+  char mcc[4] = "...";
+  const auto seen = records_of([&] { EXPECT_EQ(vek_pal_get_mcc_info(mcc), 0); });
+  EXPECT_STREQ(mcc, "262");
+  EXPECT_TRUE(seen.has("NET", "operate success, imsi:262021122334455, mcc:262")) << seen;
+
+  answer(kUim, 0x20, failure(80));
+  mcc[0] = '?';
+  const auto none = records_of([&] { EXPECT_EQ(vek_pal_get_mcc_info(mcc), -1); });
+  EXPECT_TRUE(none.has("NET", "get mcc failed")) << none;
+  EXPECT_STREQ(mcc, "?62");
+}
+
 TEST(Cell, AreaAndGenerationComeFromTheBestTechnology) {
   // Common part with the area code only, then what each technology adds.
   const std::string common = "00 00 00 00 00 00 00 00 01 3412 00 00000000 00 00 00 00 000000 000000";
@@ -239,6 +254,7 @@ TEST(Net, NowhereToWriteToIsTurnedDown) {
       {7, "get_cellid pointer is NULL", [] { return vek_pal_get_cellid(nullptr); }},
       {-1, "lac pointer is NULL", [] { return vek_pal_get_lac(nullptr); }},
       {-1, "bearer pointer is NULL", [] { return vek_pal_get_current_dataclass(nullptr); }},
+      {7, "get imsi failed for param", [] { return vek_pal_get_mcc_info(nullptr); }},
       {7, "mnc pointer is NULL", [] { return vek_pal_get_mnc_info(nullptr); }},
       {-1, "mcc/mnc pointer is NULL", [&] { return vek_pal_get_register_info_str(nullptr, text); }},
       {-1, "mcc/mnc pointer is NULL", [&] { return vek_pal_get_register_info_str(text, nullptr); }},

@@ -32,7 +32,7 @@ Json asked(int (*ask)(Value*), Value initial = {}) {
 Json status() {
   need_modem(vek_pal_qmi_get_nas_client(), "NAS");
   int state = -1, radio = -1, generation = 0;
-  char mcc[6] = "", mnc[6] = "";
+  char mcc[6] = "", mnc[6] = "", home[4] = "";  // the library fills three digits of the last
   const bool registered = vek_pal_get_register_state(&state) == 0;
   const bool has_operator = vek_pal_get_register_info_str(mcc, mnc) == 0;
   const bool has_generation = vek_pal_get_current_dataclass(&generation) == 0 && generation != 0;
@@ -42,6 +42,7 @@ Json status() {
           {"generation", has_generation ? Json(fmt::format("{}G", generation)) : Json(nullptr)},
           {"mcc", has_operator ? Json(mcc) : Json(nullptr)},
           {"mnc", has_operator ? Json(mnc) : Json(nullptr)},
+          {"home_mcc", vek_pal_get_mcc_info(home) == 0 ? Json(home) : Json(nullptr)},
           {"cell_id", asked(vek_pal_get_cellid)},
           {"area", asked(vek_pal_get_lac)},
           {"rssi", asked(vek_pal_get_rssi)}};
