@@ -2,6 +2,7 @@
 #include "providers/qmi/services/nas.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <tuple>
 
 #include "modem/modem.h"
@@ -255,6 +256,8 @@ void load(State& state, const toml::table& scenario) {
   cell.cell_id = table["cell_id"].value_or(cell.cell_id);
   cell.tac = table["tac"].value_or(cell.tac);
   cell.rssi = table["rssi"].value_or(cell.rssi);
+  if (!is_operator_code(cell.mcc, 3, 3) || !is_operator_code(cell.mnc, 2, 3))
+    throw std::runtime_error("[network]: mcc has three digits, mnc two or three");
   network.available = table["available"].value_or(network.available);
   network.denied = table["denied"].value_or(network.denied);
   network.visited = table["roaming"].value_or(network.visited);

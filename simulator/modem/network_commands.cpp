@@ -16,11 +16,6 @@ const std::map<std::string, Radio> kRadios = {
     {"gsm", Radio::gsm}, {"umts", Radio::umts}, {"lte", Radio::lte}, {"nr5g", Radio::nr5g}};
 const std::map<std::string, uint8_t> kFamilies = {{"ipv4", 4}, {"ipv6", 6}};
 
-bool is_code(const std::string& text, size_t least, size_t most) {
-  return text.size() >= least && text.size() <= most &&
-         std::ranges::all_of(text, [](char c) { return isdigit(c) != 0; });
-}
-
 Cell& serving_cell(State& state) {
   Network& network = state.network;
   if (network.serving >= network.cells.size()) throw std::runtime_error("no cell is on the air");
@@ -88,7 +83,8 @@ void declare_operator(Modem& modem, CLI::App& network_group, const ReplyPtr& rep
   command->add_option("mnc", given.mnc, "Network code, two or three digits")->required();
   command->add_option("name", given.name);
   command->callback([&modem, &given] {
-    if (!is_code(given.mcc, 3, 3) || !is_code(given.mnc, 2, 3)) throw std::runtime_error("codes are digits: 262 02");
+    if (!is_operator_code(given.mcc, 3, 3) || !is_operator_code(given.mnc, 2, 3))
+      throw std::runtime_error("codes are digits: 262 02");
     for (Cell& cell : modem.state.network.cells) {
       cell.mcc = given.mcc;
       cell.mnc = given.mnc;
@@ -216,6 +212,11 @@ void declare_sessions(Modem& modem, CLI::App& network_group, const ReplyPtr& rep
 }
 
 }  // namespace
+
+bool is_operator_code(const std::string& text, size_t least, size_t most) {
+  return text.size() >= least && text.size() <= most &&
+         std::ranges::all_of(text, [](char c) { return isdigit(c) != 0; });
+}
 
 void declare_network(Modem& modem, CLI::App& top, const ReplyPtr& reply) {
   CLI::App& network_group = group(top, "network", kGroup);

@@ -125,7 +125,8 @@ class DataConn : public testing::Test {
       return kSuccess +
              (request.tlvs.at(4) == 3 ? hex("14 1000 496e7465726e65742e4578616d706c65") : hex("14 0300 696d73"));
     });
-    for (const uint16_t taken : std::initializer_list<uint16_t>{0xA2, 0x4D}) on(taken, [](const Request&) { return kSuccess; });
+    for (const uint16_t taken : std::initializer_list<uint16_t>{0xA2, 0x4D})
+      on(taken, [](const Request&) { return kSuccess; });
     on(0x20, [this](const Request& request) { return start(request); });
     on(0x21, [this](const Request& request) {
       later(request, disconnected(family_of(request)));
@@ -237,6 +238,32 @@ TEST_F(DataConn, AFamilyMoreOrLess) {
     EXPECT_EQ(vek_pal_data_conn_release(&info_), row.result == 0 || row.pdp_type == 0 ? 0 : -1)
         << "only what is up can be released";
   }
+}
+
+TEST_F(DataConn, IndicationsThatAreNoNewsOnlyLeaveRecords) {
+  ASSERT_EQ(call(1), 0);
+  const struct {
+    uint16_t message;
+    const char* tlvs;
+    const char* text;
+  } rows[] = {
+      {0x22, "01 0200 03 00 12 0100 04", "wds other event"},
+      {0x22, "01 0200 04 00", "newState:4, ip_family:ipv0"},
+      {0x22, "01 0100 02", "Error in decoding QMI_WDS_PKT_SRVC_STATUS_IND_V01, rc=-48"},
+      {0x23, "01 0200 01 00", "It is not QMI_WDS_PKT_SRVC_STATUS_IND_V01 indication"},
+  };
+  for (const auto& row : rows) {
+    Records seen;
+    EXPECT_TRUE(eventually([&] {
+      seen = records_of([&] {
+        modem().send(FakeModem::indication(kWds, ipv4_client_, row.message, hex(row.tlvs)));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      });
+      return seen.has("PDP", row.text);
+    })) << row.text
+        << seen;
+  }
+  EXPECT_EQ(deactivated_, 0);
 }
 
 TEST_F(DataConn, AnUnknownApnGetsAProfile) {

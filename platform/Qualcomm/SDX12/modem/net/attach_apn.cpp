@@ -43,11 +43,13 @@ uint8_t profile_of(const vek_pal_attach_apn_info& info) {
   copy_text(texts.user_name, info.user_name);
   copy_text(texts.password, info.password);
   LOG_I("attach apn:%s, usrname:%s, password:%s", texts.apn_name, texts.user_name, texts.password);
-  return vek::pdp::find_or_create_profile({.apn_name = texts.apn_name,
-                                           .user_name = texts.user_name,
-                                           .password = texts.password,
-                                           .auth_type = info.auth_type,
-                                           .pdp_type = info.pdp_type});
+  vek::HeapBlock<vek::pdp::ProfileList> list;
+  if (!list || vek::pdp::vek_pal_qmi_wds_get_profile_list(*list) != 0) return 0;
+  return vek::pdp::find_or_create_profile(*list, {.apn_name = texts.apn_name,
+                                                  .user_name = texts.user_name,
+                                                  .password = texts.password,
+                                                  .auth_type = info.auth_type,
+                                                  .pdp_type = info.pdp_type});
 }
 
 }  // namespace

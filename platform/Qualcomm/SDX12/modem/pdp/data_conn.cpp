@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "common/base/heap_block.h"
 #include "log/log.h"
 #include "modem/pdp/indication.h"
 #include "modem/pdp/interface.h"
@@ -29,6 +30,18 @@ vek_pal_data_conn_request terminated(const vek_pal_data_conn_request& request) {
   copy.user_name[sizeof copy.user_name - 1] = '\0';
   copy.password[sizeof copy.password - 1] = '\0';
   return copy;
+}
+
+// The profile to call with; 0 when there is none and none can be made.
+uint8_t profile_for(const vek_pal_data_conn_request& wanted) {
+  HeapBlock<ProfileList> list;
+  if (!list || vek_pal_qmi_wds_get_profile_list(*list) != 0) return FAIL(uint8_t{0}, "Fail to get profile list");
+  LOG_I("data call apn:%s, usrname:%s, password:%s", wanted.apn_name, wanted.user_name, wanted.password);
+  return find_or_create_profile(*list, {.apn_name = wanted.apn_name,
+                                        .user_name = wanted.user_name,
+                                        .password = wanted.password,
+                                        .auth_type = wanted.auth_type,
+                                        .pdp_type = wanted.pdp_type});
 }
 
 // One family, from the start to its addresses. The records say what failed.
@@ -132,13 +145,8 @@ int vek_pal_data_conn_sync(const vek_pal_data_conn_request* request, vek_pal_dat
   if (request == nullptr || info == nullptr) return FAIL(-1, "act data_call failed for param");
   const vek_pal_data_conn_request wanted = terminated(*request);
   *info = {};
-  LOG_I("data call apn:%s, usrname:%s, password:%s", wanted.apn_name, wanted.user_name, wanted.password);
   vek_pal_data_conn_info result = {};
-  result.profile_index = find_or_create_profile({.apn_name = wanted.apn_name,
-                                                 .user_name = wanted.user_name,
-                                                 .password = wanted.password,
-                                                 .auth_type = wanted.auth_type,
-                                                 .pdp_type = wanted.pdp_type});
+  result.profile_index = profile_for(wanted);
   if (result.profile_index == 0) return -1;
   LOG_I("start data call in profile index: %d", static_cast<int>(result.profile_index));
   memcpy(result.interface_name, kInterfaceName, sizeof kInterfaceName);

@@ -109,13 +109,11 @@ int vek_pal_qmi_wds_create_profile(const ProfileContents& contents, uint8_t& ind
   return write_contents(client, index, contents) ? 0 : -1;
 }
 
-uint8_t find_or_create_profile(const ProfileContents& contents) {
-  HeapBlock<ProfileList> list;
-  if (!list || vek_pal_qmi_wds_get_profile_list(*list) != 0) return FAIL(uint8_t{0}, "Fail to get profile list");
-  for (uint32_t i = 0; i < list->count; i++) {
-    if (strcasecmp(list->entries[i].apn_name, contents.apn_name) != 0) continue;
+uint8_t find_or_create_profile(const ProfileList& list, const ProfileContents& contents) {
+  for (uint32_t i = 0; i < list.count; i++) {
+    if (strcasecmp(list.entries[i].apn_name, contents.apn_name) != 0) continue;
     LOG_I("found exit apn name");
-    return list->entries[i].index;
+    return list.entries[i].index;
   }
   uint8_t index = 0;
   if (vek_pal_qmi_wds_create_profile(contents, index) != 0) return FAIL(uint8_t{0}, "Fail to create profile");

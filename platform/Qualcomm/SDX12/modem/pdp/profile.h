@@ -38,8 +38,8 @@ int vek_pal_qmi_wds_create_profile(const ProfileContents& contents, uint8_t& ind
 
 bool get_profile_settings(uint8_t index, wds_get_profile_settings_resp& settings);
 
-// The index of the first profile of an APN, case ignored; a profile is made when there is none. 0 on a failure, which
-// is in the records.
-uint8_t find_or_create_profile(const ProfileContents& contents);
+// The index of the first profile of an APN, case ignored; a profile is made when the list has none. 0 on a failure,
+// which is in the records.
+uint8_t find_or_create_profile(const ProfileList& list, const ProfileContents& contents);
 
 }  // namespace vek::pdp
