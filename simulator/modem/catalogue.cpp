@@ -80,7 +80,7 @@ constexpr Entry kProfileList[] = {
 constexpr Entry kProfile[] = {
     {0x12, "header_compression", "u8"}, {0x13, "data_compression", "u8"}, {0x15, "primary_dns", "ip4"},
     {0x16, "secondary_dns", "ip4"},     {0x1E, "ipv4_address", "ip4"},    {0x1F, "pcscf_by_pco", "u8"},
-    {0x21, "pcscf_by_dhcp", "u8"},      {0x22, "imcn_flag", "u8"},        {0xDD, "apn_types", "u64"},
+    {0x21, "pcscf_by_dhcp", "u8"},      {0x22, "imcn_flag", "u8"},
 };
 
 constexpr Entry kRuntimeSettings[] = {
@@ -159,14 +159,17 @@ constexpr Words kWords[] = {
     {"ps_attach_state", "unknown,attached,detached"},
     {"ps_attach_action", ",attach,detach"},
     {"selected_network", "unknown,3GPP2,3GPP"},
-    {"service_status", "none,limited,available,limited regional,power save"},
+    {"srv_status", "none,limited,available,limited regional,power save"},
+    {"true_srv_status", "none,limited,available,limited regional,power save"},
     {"connection_status", "unknown,disconnected,connected,suspended,authenticating"},
     {"pdp_type", "IPv4,PPP,IPv6,IPv4v6,non-IP"},
     {"card_state", "absent,present,error"},
     {"app_type", "unknown,SIM,USIM,RUIM,CSIM,ISIM"},
     {"app_state", "unknown,detected,PIN1 required,PUK1 required,check personalisation,PIN1 blocked,illegal,ready"},
-    {"pin1_state", "not initialised,not verified,verified,disabled,blocked,permanently blocked"},
-    {"pin2_state", "not initialised,not verified,verified,disabled,blocked,permanently blocked"},
+    {"pin_state", "not initialised,not verified,verified,disabled,blocked,permanently blocked"},
+    {"pin_id", ",PIN1,PIN2,UPIN"},
+    {"physical_card_status", "unknown,absent,present"},
+    {"physical_slot_state", "inactive,active"},
     {"storage_type", "UIM,NV"},
     {"message_mode", "CDMA,GW"},
     {"refresh_event", "start,complete,client refresh"},
