@@ -129,6 +129,18 @@ TEST_F(QmiClient, ComesBackAfterGarbageOnTheWire) {
   EXPECT_EQ(serial_numbers(), 0);
 }
 
+TEST_F(QmiClient, WaitsNoLongerThanASecondForTheRestOfAFrame) {
+  modem.on(kDms, 0x25, [&](const auto&) -> std::optional<Bytes> {
+    modem.send(hex("01 ffff 80 02"));  // a length of 64 KiB, which would swallow whatever comes after it
+    return kSuccess;
+  });
+  const int took = elapsed_ms([&] { EXPECT_EQ(serial_numbers(), -2); });
+  EXPECT_GE(took, 900);
+  EXPECT_LT(took, 2000);
+  modem.on(kDms, 0x25, [](const auto&) { return kSuccess; });
+  EXPECT_EQ(serial_numbers(), 0);
+}
+
 TEST_F(QmiClient, EndsARequestAtOnceWhenTheModemGoesAwayAndFindsItAgain) {
   modem.on(kDms, 0x25, [&](const auto&) -> std::optional<Bytes> {
     modem.stop();
