@@ -4,6 +4,7 @@
 
 #include "modem/commands.h"
 #include "modem/device_port.h"
+#include "modem/network_commands.h"
 #include "modem/proxy_port.h"
 
 namespace simulated {
@@ -41,6 +42,7 @@ void install_modem(Module& module, Modem& modem) {
       if (service->declare != nullptr) service->declare(modem, top, reply);
     }
   });
+  module.control.add_status("network", [&modem] { return network_status(modem); });
   module.control.add_status("modem", [&modem, &proxy] { return status_of(modem, proxy); });
 
   modem.start();

@@ -22,9 +22,13 @@ Cell& serving_cell(State& state) {
   return network.cells[network.serving];
 }
 
-Json status(const State& state) {
+const char* registration_name(const Network& network) {
+  constexpr const char* kNames[] = {"not registered", "registered", "searching", "denied", "unknown"};
+  return kNames[static_cast<size_t>(network.registration)];
+}
+
+Json details(const State& state) {
   const Network& network = state.network;
-  constexpr const char* kRegistrations[] = {"not registered", "registered", "searching", "denied", "unknown"};
   Json cells = Json::array(), sessions = Json::array();
   for (const Cell& cell : network.cells) {
     const auto radio = std::ranges::find(kRadios, cell.radio, &std::pair<const std::string, Radio>::second);
@@ -37,7 +41,7 @@ Json status(const State& state) {
                         {"profile", session.profile},
                         {"apn", session.settings.apn},
                         {"address", session.lease.address}});
-  return {{"registration", kRegistrations[static_cast<size_t>(network.registration)]},
+  return {{"registration", registration_name(network)},
           {"attached", network.packet == Attach::attached},
           {"roaming", network.roaming},
           {"serving", network.serving},
@@ -218,10 +222,18 @@ bool is_operator_code(const std::string& text, size_t least, size_t most) {
          std::ranges::all_of(text, [](char c) { return isdigit(c) != 0; });
 }
 
+Json network_status(const Modem& modem) {
+  const Network& network = modem.state.network;
+  return {{"registration", registration_name(network)},
+          {"attached", network.packet == Attach::attached},
+          {"roaming", network.roaming},
+          {"sessions", modem.state.data.sessions.size()}};
+}
+
 void declare_network(Modem& modem, CLI::App& top, const ReplyPtr& reply) {
   CLI::App& network_group = group(top, "network", kGroup);
   network_group.add_subcommand("show", "What the modem sees of it")->callback([&modem, reply] {
-    const Json data = status(modem.state);
+    const Json data = details(modem.state);
     reply->done(data.dump(2), data);
   });
   declare_registration(modem, network_group);

@@ -125,6 +125,18 @@ def test_a_modem_that_restarts_while_a_call_comes_up(module):
     assert up(module)[1]["state"] == "up"
 
 
+def test_giving_up_leaves_nothing_behind(module):
+    module.ctl("network", "setup-time", 700)
+    assert module.run("timeout", "-s", "INT", "0.3", "vekctl", "data", "up", "--apn", APN, check=False).returncode == 124
+    wait_for(lambda: module.ctl("modem", "clients") == [], what="the call is taken down")
+    assert module.ctl("network", "show")["sessions"] == []
+
+
+def test_the_password_is_nobodys_business(module):
+    up(module, "--auth", "pap", "--user", "me", "--password", "secret", apn="fresh.apn")
+    assert "secret" not in module.shell("cat /proc/[0-9]*/cmdline | tr '\\0' ' '")
+
+
 def test_an_interface_that_comes_late(module):
     module.ctl("network", "interface", "off")
     records = module.start("vekctl", "-v", "data", "up", "--apn", APN, "--type", "ipv4", stderr=subprocess.STDOUT)

@@ -23,40 +23,15 @@ namespace {
 // Two families of a minute each and the interface: what vek_pal_data_conn_sync() takes at the worst.
 constexpr unsigned kUpLimitSeconds = 190;
 
-// This program again, as the process that holds the call: in a session of its own, its report on its standard output.
-pid_t start_holder(const PdpOptions& wanted, int report) {
-  std::vector<std::string> arguments = {"vekctl",
-                                        "data",
-                                        "hold",
-                                        "--apn",
-                                        wanted.apn,
-                                        "--type",
-                                        pdp_type_name(wanted.type),
-                                        "--auth",
-                                        auth_name(wanted.auth)};
-  if (!wanted.user.empty()) arguments.insert(arguments.end(), {"--user", wanted.user});
-  if (!wanted.password.empty()) arguments.insert(arguments.end(), {"--password", wanted.password});
-  if (vek_pal_log_get_level() > VEK_PAL_LOG_FATAL) arguments.emplace_back("--verbose");
-  std::vector<char*> argv;
-  for (std::string& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
+struct Pipe {
+  vek::UniqueFd reading, writing;
+};
 
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, report, STDOUT_FILENO);
-  // Without a word wanted from it, nobody's terminal or pipe stays open for the call's sake.
-  if (vek_pal_log_get_level() <= VEK_PAL_LOG_FATAL)
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
-  pid_t holder = 0;
-  const int failure = posix_spawn(&holder, "/proc/self/exe", &actions, &attributes, argv.data(), environ);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
-  if (failure != 0) throw Failure("cannot start the process that holds the call");
-  return holder;
+void open_pipe(Pipe& made) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw Failure("no pipe");
+  made.reading.reset(ends[0]);
+  made.writing.reset(ends[1]);
 }
 
 std::string read_all(int fd) {
@@ -66,6 +41,49 @@ std::string read_all(int fd) {
   return text;
 }
 
+// This program again, as the process that holds the call, in a session of its own: what is wanted on its standard
+// input, where nobody else reads the password, and its report on its standard output.
+void start_holder(int wanted, int report) {
+  const bool verbose = vek_pal_log_get_level() > VEK_PAL_LOG_FATAL;
+  char program[] = "vekctl", group[] = "data", command[] = "hold", records[] = "--verbose";
+  char* const argv[] = {program, group, command, verbose ? records : nullptr, nullptr};
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, wanted, STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, report, STDOUT_FILENO);
+  // Where no records are wanted, nobody's terminal or pipe stays open for as long as the call.
+  if (!verbose) posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+  pid_t holder = 0;
+  const int failure = posix_spawn(&holder, "/proc/self/exe", &actions, &attributes, argv, environ);
+  posix_spawnattr_destroy(&attributes);
+  posix_spawn_file_actions_destroy(&actions);
+  if (failure != 0) throw Failure("cannot start the process that holds the call");
+}
+
+std::string as_text(const PdpOptions& wanted) {
+  return Json{{"apn", wanted.apn},
+              {"user", wanted.user},
+              {"password", wanted.password},
+              {"type", wanted.type},
+              {"auth", wanted.auth}}
+      .dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json hold() {
+  const Json text = Json::parse(read_all(STDIN_FILENO), nullptr, false);
+  if (!text.is_object()) throw Failure("\"data up\" starts this", kMisused);
+  PdpOptions wanted;
+  wanted.apn = text.value("apn", "");
+  wanted.user = text.value("user", "");
+  wanted.password = text.value("password", "");
+  wanted.type = text.value("type", wanted.type);
+  wanted.auth = text.value("auth", wanted.auth);
+  std::exit(hold_data_call(wanted, STDOUT_FILENO));
+}
+
 Json up(const PdpOptions& wanted) {
   if (const auto held = tell_holder("status")) {
     if ((*held)["state"] != "ended by the network")
@@ -73,16 +91,19 @@ Json up(const PdpOptions& wanted) {
     tell_holder("down");
   }
   need_modem(vek_pal_qmi_get_wds_client(0), "WDS");
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) throw Failure("no pipe");
-  const vek::UniqueFd reading(ends[0]);
-  vek::UniqueFd writing(ends[1]);
-  start_holder(wanted, writing.get());
-  writing.reset();
+  Pipe order, answer;
+  open_pipe(order);
+  open_pipe(answer);
+  const std::string text = as_text(wanted);
+  if (write(order.writing.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+    throw Failure("no pipe");
+  order.writing.reset();
+  start_holder(order.reading.get(), answer.writing.get());
+  answer.writing.reset();
   std::string report;
   {
     const Progress progress("bringing the call up", kUpLimitSeconds);
-    report = read_all(reading.get());
+    report = read_all(answer.reading.get());
   }
   const Json line = Json::parse(report, nullptr, false);
   if (line.is_object() && line.contains("up")) return line["up"];
@@ -137,10 +158,7 @@ const Group kGroup{
       wanted.add_to(*up_command)->required();
       run.command(up_command, [] { return up(wanted); });
 
-      CLI::App* hold = data->add_subcommand("hold", "What \"up\" leaves running")->group("");
-      wanted.add_to(*hold)->required();
-      run.command(hold, []() -> Json { std::exit(hold_data_call(wanted, STDOUT_FILENO)); });
-
+      run.command(data->add_subcommand("hold", "What \"up\" leaves running")->group(""), hold);
       run.command(data->add_subcommand("status", "Addresses, name servers and counters of the call"), status);
       run.command(data->add_subcommand("down", "Takes the call down"), down);
 
