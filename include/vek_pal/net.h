@@ -43,7 +43,7 @@ VEK_PAL_API int vek_pal_get_register_state(int *state);
  * Registers who is told of changes of the registration, and has the modem report them. After a restart of the modem
  * they are reported again without further doing.
  * @param[in] callback  Called with a registration state on a thread of the library: it must return soon. It replaces
- * the one before. States that the modem does not know are not reported; a state may be reported twice.
+ *                      the one before. States that the modem does not know are not reported; one may be reported twice.
  * @param[in] user      Handed to the callback, last.
  * @retval 0   Registered.
  * @retval -1  `callback` is NULL (the one before stays), or the modem refused (the callback is kept).
@@ -151,7 +151,7 @@ VEK_PAL_API int vek_pal_get_attach_apn(vek_pal_attach_apn_info *info);
  * Replaces the profile that the modem attaches to LTE with; it takes effect at once, which may end data calls.
  * @param[in] info  With `profile_index` above 0 that profile is taken as it is and nothing else is read. Else the first
  *                  profile of that APN (case ignored), as it is; without one a profile is made from the APN, the user
- * name, the password, `auth_type` and `pdp_type`.
+ *                  name, the password, `auth_type` and `pdp_type`. `roaming_pdp_type` is never read.
  * @retval 0   Replaced: the list now holds this profile alone.
  * @retval -1  `info` is NULL, or the modem refused a step.
  */

@@ -14,7 +14,11 @@ namespace {
 // Bits of Client::events.
 enum : uint64_t { kServingSystem = 1, kSystemInfo = 2, kSignalInfo = 4 };
 
-constexpr uint8_t kDataCapabilityLte = 0x0B;
+// By technology, as data service capabilities count.
+uint8_t data_capability(Radio radio) {
+  constexpr uint8_t kWcdma = 5, kGsm = 9, kLte = 0x0B;
+  return radio == Radio::gsm ? kGsm : radio == Radio::umts ? kWcdma : kLte;
+}
 
 const Cell* serving_cell(const State& state) {
   const Network& network = state.network;
@@ -58,7 +62,7 @@ void get_serving_system(Modem& modem, const Request&, Response& response) {
   if (const Cell* const cell = serving_cell(modem.state)) {
     resp.data_capabilities_valid = 1;
     resp.data_capabilities_len = 1;
-    resp.data_capabilities[0] = kDataCapabilityLte;
+    resp.data_capabilities[0] = data_capability(cell->radio);
     resp.roaming_indicator_list_valid = 1;
     resp.roaming_indicator_list_len = 1;
     resp.roaming_indicator_list[0] = {static_cast<int8_t>(cell->radio), resp.roaming_indicator};
