@@ -21,7 +21,7 @@ target_compile_options(vek_warnings INTERFACE
   -Wall -Wextra -Werror -Wconversion -Wshadow -Wformat=2 -Wcast-align -Wcast-qual -Wundef -Wvla
   -Wno-error=deprecated-declarations
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wextra-semi>
-  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/platform/Qualcomm/SDX12/=)
 
 add_library(vek_sanitizers INTERFACE)
 if(VEK_SANITIZE)

@@ -1,24 +1,20 @@
 #pragma once
 
-#include <string.h>
-
-#include <limits>
+#include <stddef.h>
 
 #include "vek_pal/memory.h"
 
 namespace vek {
+
+// NULL when there is no room, or the product is none that the heap could give.
+void* zeroed_block(unsigned count, unsigned size);
 
 // Owns zeroed room for `count` plain records on the library's heap; false when there was none. Empty it frees nothing,
 // for vek_pal_free(NULL) writes a warning.
 template <typename T>
 class HeapBlock {
  public:
-  explicit HeapBlock(unsigned count = 1) {
-    if (count > std::numeric_limits<unsigned>::max() / sizeof(T)) return;
-    const auto size = static_cast<unsigned>(count * sizeof(T));
-    block_ = static_cast<T*>(vek_pal_malloc(size));
-    if (block_ != nullptr) memset(static_cast<void*>(block_), 0, size);
-  }
+  explicit HeapBlock(unsigned count = 1) : block_(static_cast<T*>(zeroed_block(count, sizeof(T)))) {}
   ~HeapBlock() {
     if (block_ != nullptr) vek_pal_free(block_);
   }
@@ -38,7 +34,7 @@ class HeapBlock {
   }
 
  private:
-  T* block_ = nullptr;
+  T* block_;
 };
 
 }  // namespace vek

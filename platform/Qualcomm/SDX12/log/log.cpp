@@ -94,7 +94,7 @@ int send_to_diag(uint32_t line, uint32_t mask, const char* file, const char* tex
 
 }  // namespace
 
-void vek::log::write(uint32_t origin, const Module& module, const char* func, const char* fmt, va_list args) {
+void vek::log::write(uint32_t origin, Source source, const char* func, const char* fmt, va_list args) {
   const uint32_t level = origin >> kLineBits;
   const uint32_t line = origin & ((1u << kLineBits) - 1);
   if (level > g_level) return;
@@ -104,7 +104,7 @@ void vek::log::write(uint32_t origin, const Module& module, const char* func, co
     memset(print_buf, 0, sizeof print_buf);
     Text text(print_buf, sizeof print_buf);
     if (vek_pal_file_logging_enable != 0) text.add(timestamp());
-    text.add_tag(module.tag);
+    text.add_tag(source);
     text.add("[");
     text.add(func);
     text.add(":");
@@ -114,15 +114,15 @@ void vek::log::write(uint32_t origin, const Module& module, const char* func, co
     text.add_formatted(fmt, args);
     text.add(" \n");
     if (vek_pal_file_logging_enable != 0) append_to_log_file(print_buf);
-    send_to_diag(line, kMasks[level], module.file, print_buf);
+    send_to_diag(line, kMasks[level], source + strlen(source) + 1, print_buf);
   }
   errno = saved_errno;
 }
 
-void vek::log::record_as(const Module& module, uint32_t origin, const char* func, const char* fmt, ...) {
+void vek::log::record_as(Source source, uint32_t origin, const char* func, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  write(origin, module, func, fmt, args);
+  write(origin, source, func, fmt, args);
   va_end(args);
 }
 

@@ -5,6 +5,10 @@
 #include <stdarg.h>
 #include <stdint.h>
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
 #include "vek_pal/log.h"
 
 namespace vek::log {
@@ -12,13 +16,15 @@ namespace vek::log {
 // Hidden by name: the compiler would take the bare declaration for someone else's, and reach for it through a table.
 extern unsigned g_level __attribute__((visibility("hidden")));
 
-// What all records of a source have in common.
-struct Module {
-  const char* tag;
-  const char* file;
-};
+// What all records of a source have in common, in one piece: its tag, a zero byte, its path, a zero byte.
+using Source = const char*;
 template <const auto& tag>
-constexpr Module kModuleOf = {tag, __BASE_FILE__};
+constexpr auto kSourceOf = [] {
+  constexpr std::string_view path = __BASE_FILE__;
+  std::array<char, sizeof tag + path.size() + 1> source{};
+  std::copy_n(path.data(), path.size(), std::copy_n(tag, sizeof tag, source.data()));
+  return source;
+}();
 
 // Where in it a record comes from, in 16 bits: the level above, the line below.
 constexpr unsigned kLineBits = 13;
@@ -27,7 +33,7 @@ constexpr uint32_t origin(unsigned level, int line) {
 }
 
 // Formats the record, when its level is let through, and sends it on, under `vek_log_mutex`. Keeps errno.
-void write(uint32_t origin, const Module& module, const char* func, const char* fmt, va_list args)
+void write(uint32_t origin, Source source, const char* func, const char* fmt, va_list args)
     __attribute__((format(printf, 4, 0)));
 
 // Each source has its own: what every call site does not pass is flash saved hundreds of times.
@@ -36,12 +42,12 @@ template <const auto& tag>
                                                                     ...) {
   va_list args;
   va_start(args, fmt);
-  write(origin, kModuleOf<tag>, func, fmt, args);
+  write(origin, kSourceOf<tag>.data(), func, fmt, args);
   va_end(args);
 }
 
 // For the few records that carry another source's tag.
-void record_as(const Module& module, uint32_t origin, const char* func, const char* fmt, ...)
+void record_as(Source source, uint32_t origin, const char* func, const char* fmt, ...)
     __attribute__((format(printf, 4, 5), cold));
 
 }  // namespace vek::log
@@ -56,7 +62,7 @@ void record_as(const Module& module, uint32_t origin, const char* func, const ch
 #define LOG_I(...) LOG_AT(3u, __VA_ARGS__)
 #define LOG_D(...) LOG_AT(4u, __VA_ARGS__)
 
-#define LOG_E_AS(module, ...) ::vek::log::record_as(module, ::vek::log::origin(1, __LINE__), __func__, __VA_ARGS__)
-#define LOG_I_AS(module, ...) ::vek::log::record_as(module, ::vek::log::origin(3, __LINE__), __func__, __VA_ARGS__)
+#define LOG_E_AS(source, ...) ::vek::log::record_as(source, ::vek::log::origin(1, __LINE__), __func__, __VA_ARGS__)
+#define LOG_I_AS(source, ...) ::vek::log::record_as(source, ::vek::log::origin(3, __LINE__), __func__, __VA_ARGS__)
 
 #define FAIL(code, ...) (LOG_E(__VA_ARGS__), (code))

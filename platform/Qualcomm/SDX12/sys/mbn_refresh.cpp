@@ -23,7 +23,7 @@ constinit vek_pal_sem_t g_mbn_refresh_sem = nullptr;
 constinit unsigned g_mbn_refresh_waiting = 0;
 constinit int g_mbn_refresh_state = kNoneSeen;
 
-constexpr vek::qmi::ClientKind kPdc = {.module = &vek::log::kModuleOf<kLogTag>,
+constexpr vek::qmi::ClientKind kPdc = {.source = vek::log::kSourceOf<kLogTag>.data(),
                                        .name = "PDC",
                                        .lower_name = "PDC",
                                        .service_name = "PDC service",

@@ -19,7 +19,7 @@ qmi_client_type open_client(ClientSlot& slot) {
   const ClientKind& kind = *slot.kind;
   const qmi_idl_service_object_type object = kind.object(kMajor, kMinor, kTool);
   if (object == nullptr) {
-    LOG_E_AS(*kind.module, "%s not available.%s", kind.service_name, kind.end);
+    LOG_E_AS(kind.source, "%s not available.%s", kind.service_name, kind.end);
     return nullptr;
   }
 
@@ -27,18 +27,18 @@ qmi_client_type open_client(ClientSlot& slot) {
   const int rc = qmi_client_init_instance(object, kAnyQmiInstance, kind.indication, nullptr, &slot.os_params,
                                           kind.timeout_ms, &handle);
   if (rc != QMI_NO_ERR) {
-    LOG_E_AS(*kind.module, "Failed to init %s qmi client, error code: %d%s", kind.failed_name, rc, kind.failed_end);
+    LOG_E_AS(kind.source, "Failed to init %s qmi client, error code: %d%s", kind.failed_name, rc, kind.failed_end);
     if (handle != nullptr) qmi_client_release(handle);
     return nullptr;
   }
   slot.handle = handle;
-  LOG_I_AS(*kind.module, "%s client inited success, handle %d%s", kind.name, as_number(handle), kind.end);
+  LOG_I_AS(kind.source, "%s client inited success, handle %d%s", kind.name, as_number(handle), kind.end);
   return handle;
 }
 
 void ignore_indication(qmi_client_type, unsigned, void*, unsigned, void*) {}
 
-constexpr ClientKind kDms = {.module = &log::kModuleOf<kLogTag>,
+constexpr ClientKind kDms = {.source = log::kSourceOf<kLogTag>.data(),
                              .name = "DMS",
                              .lower_name = "dms",
                              .service_name = "DMS",
@@ -49,7 +49,7 @@ constexpr ClientKind kDms = {.module = &log::kModuleOf<kLogTag>,
                              .object = dms_get_service_object_internal_v01,
                              .indication = nullptr,
                              .timeout_ms = 3000};
-constexpr ClientKind kWds = {.module = &log::kModuleOf<kLogTag>,
+constexpr ClientKind kWds = {.source = log::kSourceOf<kLogTag>.data(),
                              .name = "WDS",
                              .lower_name = "WDS",
                              .service_name = "WDS service",
@@ -60,7 +60,7 @@ constexpr ClientKind kWds = {.module = &log::kModuleOf<kLogTag>,
                              .object = wds_get_service_object_internal_v01,
                              .indication = vek_pal_wds_qmi_ind_cb,
                              .timeout_ms = 10000};
-constexpr ClientKind kNas = {.module = &log::kModuleOf<kLogTag>,
+constexpr ClientKind kNas = {.source = log::kSourceOf<kLogTag>.data(),
                              .name = "NAS",
                              .lower_name = "NAS",
                              .service_name = "NAS service",
@@ -71,7 +71,7 @@ constexpr ClientKind kNas = {.module = &log::kModuleOf<kLogTag>,
                              .object = nas_get_service_object_internal_v01,
                              .indication = vek_pal_nas_qmi_ind_cb,
                              .timeout_ms = 10000};
-constexpr ClientKind kUim = {.module = &log::kModuleOf<kLogTag>,
+constexpr ClientKind kUim = {.source = log::kSourceOf<kLogTag>.data(),
                              .name = "UIM",
                              .lower_name = "UIM",
                              .service_name = "UIM service",
@@ -82,7 +82,7 @@ constexpr ClientKind kUim = {.module = &log::kModuleOf<kLogTag>,
                              .object = uim_get_service_object_internal_v01,
                              .indication = vek_pal_uim_qmi_ind_cb,
                              .timeout_ms = 3000};
-constexpr ClientKind kSimReset = {.module = &log::kModuleOf<kLogTag>,
+constexpr ClientKind kSimReset = {.source = log::kSourceOf<kLogTag>.data(),
                                   .name = "UIM",
                                   .lower_name = "UIM",
                                   .service_name = "UIM service",
@@ -105,7 +105,7 @@ constinit ClientSlot g_sim_reset = {&kSimReset};
 int init_client(ClientSlot& slot) {
   const MutexLock lock(slot.opening);
   if (slot.handle != nullptr) {
-    LOG_E_AS(*slot.kind->module, "%s client already initialized. Handle %d.%s", slot.kind->lower_name,
+    LOG_E_AS(slot.kind->source, "%s client already initialized. Handle %d.%s", slot.kind->lower_name,
              as_number(slot.handle), slot.kind->end);
     return 0;
   }
@@ -117,7 +117,7 @@ qmi_client_type get_client(ClientSlot& slot) {
   const MutexLock lock(slot.opening);
   if (const qmi_client_type open = slot.handle) return open;
   const qmi_client_type opened = open_client(slot);
-  if (opened == nullptr) LOG_E_AS(*slot.kind->module, "Fail to init %s client", slot.kind->getter_name);
+  if (opened == nullptr) LOG_E_AS(slot.kind->source, "Fail to init %s client", slot.kind->getter_name);
   return opened;
 }
 

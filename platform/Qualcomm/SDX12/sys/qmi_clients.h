@@ -13,7 +13,7 @@ namespace vek::qmi {
 
 // How a client is opened, and the words of its records.
 struct ClientKind {
-  const log::Module* module;  // whose tag the records carry
+  log::Source source;        // whose tag the records carry
   const char* name;          // "DMS client inited success, handle ..."
   const char* lower_name;    // "... client already initialized. Handle ..."
   const char* service_name;  // "... not available."
