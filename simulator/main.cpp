@@ -23,6 +23,7 @@
 #include "host/host_filter.h"
 #include "mbim_service/mbim_service.h"
 #include "modem/install.h"
+#include "modem/sim_commands.h"
 #include "network/operator_network.h"
 
 namespace {
@@ -56,6 +57,7 @@ void run(const std::string& scenario_file, const std::string& run_directory) {
   MbimService mbim{module, daemon};
   add_identity_commands(at_commands, modem);
   add_state_commands(at_commands, modem);
+  add_sim_commands(at_commands, modem);
   add_feature_commands(at_commands, daemon);
   const GnssEngine gnss{module};
   AtServer at_server{module};

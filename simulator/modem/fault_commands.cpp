@@ -6,6 +6,7 @@
 
 #include "modem/catalogue.h"
 #include "modem/commands.h"
+#include "modem/hex.h"
 
 namespace simulated {
 namespace {
@@ -24,14 +25,6 @@ unsigned number(std::string_view text, unsigned most) {
   if (failure != std::errc() || end != digits.data() + digits.size() || value > most)
     throw std::runtime_error(fmt::format("{} is no number up to {}", text, most));
   return value;
-}
-
-Bytes bytes_from_hex(const std::string& text) {
-  Bytes bytes;
-  for (size_t i = 0; i + 1 < text.size(); i += 2)
-    bytes.push_back(static_cast<uint8_t>(number("0x" + text.substr(i, 2), 0xFF)));
-  if (bytes.empty() || text.size() % 2 != 0) throw std::runtime_error("bytes are pairs of hex digits");
-  return bytes;
 }
 
 void declare_answer(Modem& modem, CLI::App& modem_group, const ReplyPtr& reply) {
@@ -107,13 +100,15 @@ void declare_faults(Modem& modem, CLI::App& top, const ReplyPtr& reply) {
   auto& hex = reply->argument<std::string>("ffa55a0001000080");
   CLI::App* garbage = modem_group.add_subcommand("garbage", "Sends bytes that are no frame to every connection");
   garbage->add_option("bytes", hex, "In hex")->capture_default_str();
-  garbage->callback([&modem, &hex] { modem.send_garbage(bytes_from_hex(hex)); });
+  garbage->callback([&modem, &hex] { modem.send_garbage(bytes_of(hex)); });
 
-  modem_group.add_subcommand("normal", "Ends every fault: answers, delays, silence")->callback([&modem] {
-    modem.faults.clear();
-    modem.delays.clear();
-    modem.silent = false;
-  });
+  modem_group.add_subcommand("normal", "Ends every fault: answers, also the cards', delays, silence")
+      ->callback([&modem] {
+        modem.faults.clear();
+        modem.delays.clear();
+        modem.silent = false;
+        modem.state.apdu_faults.clear();
+      });
 }
 
 }  // namespace simulated

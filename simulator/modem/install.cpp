@@ -6,6 +6,7 @@
 #include "modem/device_port.h"
 #include "modem/network_commands.h"
 #include "modem/proxy_port.h"
+#include "modem/sim_commands.h"
 
 namespace simulated {
 namespace {
@@ -44,6 +45,7 @@ void install_modem(Module& module, Modem& modem) {
   });
   module.control.add_status("network", [&modem] { return network_status(modem); });
   module.control.add_status("modem", [&modem, &proxy] { return status_of(modem, proxy); });
+  module.control.add_status("sim", [&modem] { return sim_status(modem.state); });
 
   modem.start();
   if (table["proxy"].value_or(true)) proxy.listen();

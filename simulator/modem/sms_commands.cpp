@@ -2,10 +2,10 @@
 #include <fmt/format.h>
 #include <stdio.h>
 
-#include <charconv>
 #include <chrono>
 #include <stdexcept>
 
+#include "modem/hex.h"
 #include "modem/messages.h"
 #include "modem/sms_encoder.h"
 
@@ -15,23 +15,6 @@ namespace {
 constexpr const char* kTagNames[] = {"read", "not read", "sent", "not sent"};
 constexpr const char* kArrivalNames[] = {"stored", "handed over", "discarded", "full", "unreachable"};
 constexpr size_t kLongestMessage = 255;
-
-std::string hex_of(const Bytes& bytes) {
-  std::string text;
-  for (const uint8_t byte : bytes) text += fmt::format("{:02X}", byte);
-  return text;
-}
-
-Bytes bytes_of(std::string_view hex) {
-  Bytes bytes;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-    uint8_t byte = 0;
-    if (std::from_chars(hex.data() + i, hex.data() + i + 2, byte, 16).ptr != hex.data() + i + 2) break;
-    bytes.push_back(byte);
-  }
-  if (bytes.size() * 2 != hex.size()) throw std::runtime_error("bytes are pairs of hex digits");
-  return bytes;
-}
 
 uint32_t store_number(const std::string& name) { return name == kStoreNames[kCardStore] ? kCardStore : kModemStore; }
 

@@ -64,17 +64,29 @@ struct Subscription {
   std::string imsi = {};
 };
 
+// A card's applications, as they are reported and in which order.
+enum class App : uint8_t { sim = 1, usim = 2, csim = 4, isim = 5 };
+
+// A logical channel to a card that is open, and what was selected on it.
+struct Channel {
+  bool open = false;
+  Bytes application = {};                 // its AID; empty: none
+  std::vector<uint16_t> path = {0x3F00};  // the file that is selected
+};
+
 struct Card {
   bool euicc = false;
   std::string eid = {};  // 32 digits, an eUICC's only
   Bytes atr = {0x3B, 0x9F, 0x96, 0x80, 0x1F, 0xC7, 0x80, 0x31, 0xE0, 0x73, 0xFE, 0x21, 0x17, 0x57, 0x4A};
-  Bytes aid = {0xA0, 0x00, 0x00, 0x00, 0x87, 0x10, 0x02, 0xFF, 0x44, 0xFF, 0x12, 0x89, 0x00, 0x00, 0x01, 0x00};
+  std::vector<App> applications = {App::usim};
   std::vector<Subscription> subscriptions = {};
-  int enabled = 0;  // index of the subscription in use, -1 for an eUICC without an enabled profile
+  int enabled = 0;                // index of the subscription in use, -1 for an eUICC without an enabled profile
+  bool standard_classes = false;  // profiles carry their class where this module's eUICC has their state
   Pin pin1;
   Pin pin2{.code = "5678", .unblock_code = "87654321", .state = PinState::enabled_not_verified};
-  std::map<std::vector<uint16_t>, Bytes>
-      files;  // by path, e.g. {0x3F00, 0x7FFF, 0x6F07}; EF IMSI is made from the subscription
+  std::map<std::vector<uint16_t>, Bytes> files =
+      {};  // by path, e.g. {0x3F00, 0x7FFF, 0x6F07}: instead of what follows from the subscription
+  std::array<Channel, 4> channels = {Channel{.open = true}};
 
   const Subscription* subscription() const {
     return enabled >= 0 && static_cast<size_t>(enabled) < subscriptions.size()
@@ -89,8 +101,16 @@ inline Card plain_card(Subscription subscription) {
   return card;
 }
 
+inline Card euicc_card(std::string eid, std::vector<Subscription> profiles) {
+  Card card;
+  card.euicc = true;
+  card.eid = std::move(eid);
+  card.subscriptions = std::move(profiles);
+  return card;
+}
+
 enum class AppState : uint8_t {
-  unknown,
+  unknown,  // the modem has not found the card yet
   detected,
   pin1_required,
   puk1_required,
@@ -102,9 +122,29 @@ enum class AppState : uint8_t {
 
 struct Slot {
   std::optional<Card> card = {};
-  bool detect = true;  // the card-detect line: it may say "present" while the modem finds no card
+  std::optional<Card> taken_out = {};  // what was in it before
+  bool detect = true;                  // the card-detect line: it may say "present" while the modem finds no card
   bool powered = true;
-  AppState app = AppState::ready;  // how far the card's start-up has come; meaningful on the active slot
+  std::optional<uint8_t> error = {};  // why the modem cannot use the card
+  AppState app = AppState::ready;     // how far the card's start-up has come; meaningful on the active slot
+  unsigned start_ups = 0;             // begun so far: a later one ends those before
+};
+
+// What the modem does with cards, and how long each step of a card's start-up takes; nothing: it never happens.
+struct CardHabits {
+  using Step = std::optional<unsigned>;
+  Step slot_ms = 20;           // from a change to the report of the slots
+  Step absent_ms = 20;         // ... to the report that a switch has left no card
+  Step detected_ms = 50;       // ... to the card that has answered
+  Step ready_ms = 100;         // ... to the application that is ready, or wants a PIN
+  bool inactive_known = true;  // what was read from the card of a slot is still reported when the slot is not active
+};
+
+// How the card answers an instruction instead of its usual way.
+struct ApduFault {
+  enum class Kind { status_word, no_answer, error } kind;
+  uint16_t status_word = 0;
+  int times = -1;  // how often still; -1 without end
 };
 
 // --- Network ---
@@ -229,8 +269,15 @@ struct State {
   Identity identity;
   OperatingMode mode = OperatingMode::online;
   bool hardware_restricted = false;
-  std::array<Slot, 2> slots = {Slot{.card = plain_card({"Test", "8988211000000000012", "001010123456789"})}, Slot{}};
+  std::array<Slot, 2> slots = {
+      Slot{.card = plain_card({"Test", "8988211000000000012", "001010123456789"})},
+      Slot{.card =
+               euicc_card("89001012000000000000000000123437", {{"Travel", "89880010000001234563", "001010987654321"},
+                                                               {"Work", "89880010000009876548", "001010555000111"}})},
+  };
   size_t active_slot = 0;
+  CardHabits card_habits;
+  std::map<uint8_t, ApduFault> apdu_faults = {};  // by instruction
   Network network;
   Data data;
   Messages messages;
