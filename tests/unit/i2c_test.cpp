@@ -231,11 +231,11 @@ TEST_F(I2c, ClosesWhileInterruptsArriveAndFromTheCallback) {
     EXPECT_EQ(g_events, seen) << "a callback of a closed handle";
   }
 
-  static vek_pal_i2c_handle_t* own;
+  static std::atomic<vek_pal_i2c_handle_t*> own;
   static std::atomic<int> result;
   result = -1;
   own = vek_pal_i2c_open(&kWithInterrupts, [](int) { result = vek_pal_i2c_close(own); });
-  ASSERT_NE(own, nullptr);
+  ASSERT_NE(own.load(), nullptr);
   send_mail("close yourself");
   for (int i = 0; i < 2000 && (result == -1 || open_descriptors() != before); i++) usleep(1000);
   EXPECT_EQ(result, 0);

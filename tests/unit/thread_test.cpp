@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <iterator>
 #include <string>
 
 #include "records.h"
@@ -33,7 +34,7 @@ void wait_for(const std::atomic<bool>& flag) {
 }  // namespace
 
 TEST(Thread, TurnsDownBadArgumentsAndLeavesTheHandleAlone) {
-  const std::string longest(128, 'n');
+  const std::string longest(128, 'n'), too_long(129, 'n');
   const vek_pal_thread_attr small_stack = {0, 8192}, no_stack = {3, 0};
   const struct {
     const char* name;
@@ -42,7 +43,7 @@ TEST(Thread, TurnsDownBadArgumentsAndLeavesTheHandleAlone) {
     const char* text;
   } rows[] = {
       {nullptr, nullptr, 7, "the th or name or attr is NULL!"},
-      {(new std::string(longest + "n"))->c_str(), nullptr, 22, "the name is too long!"},
+      {too_long.c_str(), nullptr, 22, "the name is too long!"},
       {"small", &small_stack, -1, "The stack size is less than PTHREAD_STACK_MIN bytes."},
       {"small", &small_stack, -1, "small thread create failed ret: 505"},
       {"none", &no_stack, -1, "none thread create failed ret: 505"},
@@ -103,12 +104,12 @@ TEST(Thread, DeletingAFinishedThreadCancelsNobody) {
 
 // A thread that is cancelled inside a record would leave the log locked for good.
 TEST(Thread, AThousandDeletedThreadsThatLogLeaveTheLogWorking) {
-  for (int i = 0; i < 1000; i++) {
-    std::atomic<int>* const count = new std::atomic<int>(0);  // outlives the thread, which ends some time after delete
+  static std::atomic<int> counts[1000];  // a thread ends some time after it was deleted
+  for (size_t i = 0; i < std::size(counts); i++) {
     vek_pal_thread_t thread = nullptr;
-    ASSERT_EQ(vek_pal_thread_create(&thread, "logger", nullptr, log_forever, count), 0);
+    ASSERT_EQ(vek_pal_thread_create(&thread, "logger", nullptr, log_forever, &counts[i]), 0);
     if (i % 2 == 0)
-      while (*count == 0) usleep(10);
+      while (counts[i] == 0) usleep(10);
     ASSERT_EQ(vek_pal_thread_delete(&thread), 0);
   }
   const auto seen = records_of([] { vek_pal_thread_id(nullptr); });
