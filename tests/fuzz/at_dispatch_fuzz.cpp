@@ -2,14 +2,18 @@
 // library or from the daemon that took its request, and the access gate stays shut without the code.
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
 #include "modem/at/atr/main_switch.h"
 #include "vek_pal/at.h"
+#include "vek_pal/at_client.h"
 #include "vek_pal/device_info.h"
 #include "vek_pal/ipc.h"
 #include "vek_pal/nvm.h"
+#include "vek_pal/sim.h"
 
 namespace {
 
@@ -34,6 +38,7 @@ uint8_t g_diagnosis_mode;
 int g_answers;
 int g_taken;
 bool g_changed_what_is_guarded;
+const std::string* g_lines;
 
 bool is(uint8_t bit) { return (g_state & bit) != 0; }
 
@@ -90,6 +95,21 @@ int vek_pal_ipc_send_msg(const char* path, const void* data, uint32_t length, ui
   return is(kNobodyListens) ? -1 : 0;
 }
 
+// The card behind the AT server says what the input says.
+int vek_pal_at_send(const char* command, uint32_t command_size, char* response, uint32_t response_size,
+                    uint32_t* response_len) {
+  require(strlen(command) == command_size);
+  const std::string answer = "+CSIM: " + *g_lines + "OK";
+  *response_len = static_cast<uint32_t>(std::min<size_t>(answer.size(), response_size));
+  memset(response, 0, response_size);
+  memcpy(response, answer.data(), *response_len);
+  return is(kNobodyListens) ? -1 : 0;
+}
+
+int vek_pal_get_current_sim_slot() { return is(kSwitchOn) ? 0 : 1; }
+int vek_pal_sim_slot_switch(int) { return is(kReadsFail) ? -1 : 0; }
+extern "C" int usleep(useconds_t) { return 0; }
+
 int vek_vyrel_mbim_filter_cmd_msg_callback(const char* command, uint32_t size, char* answer, uint32_t answer_size) {
   require(strlen(command) + 1 == size && answer_size == 64);
   memset(answer, 'x', answer_size);
@@ -107,6 +127,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   info.callback = take_request;
   // Several lines a run: what one leaves behind, the next finds.
   const std::string lines(reinterpret_cast<const char*>(data) + 3, size - 3);
+  g_lines = &lines;
   for (size_t begin = 0; begin <= lines.size();) {
     const size_t end = std::min(lines.find('\0', begin), lines.size());
     const std::string line = lines.substr(begin, end - begin);

@@ -11,9 +11,7 @@
 #include <time.h>
 
 #include <algorithm>
-#include <atomic>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -30,11 +28,11 @@ struct Heap {
   int allocations = 0;
   bool refused = false;
 };
-inline thread_local Heap g_heap;
+constinit inline thread_local Heap g_heap;
 
 // Blocks that the thread under test took and that nobody has given back, whichever thread does. A flat table, for the
 // code that keeps it must not allocate.
-inline std::atomic<void*> g_live[4096];
+constinit inline void* g_live[256] = {};
 
 UNINSTRUMENTED inline bool refuse() {
   if (!g_heap.under_test) return false;
@@ -49,63 +47,84 @@ UNINSTRUMENTED inline bool refuse() {
   return true;
 }
 
+UNINSTRUMENTED inline bool replace(void** place, void* from, void* to) {
+  return __atomic_compare_exchange_n(place, &from, to, false, __ATOMIC_RELAXED, __ATOMIC_RELAXED);
+}
+
 UNINSTRUMENTED inline void* note(void* block) {
   if (!g_heap.under_test || block == nullptr) return block;
-  for (auto& place : g_live) {
-    void* empty = nullptr;
-    if (place.compare_exchange_strong(empty, block)) return block;
-  }
+  for (void*& place : g_live)
+    if (replace(&place, nullptr, block)) return block;
   __builtin_trap();
 }
 
 UNINSTRUMENTED inline bool forget(void* block) {
   if (block == nullptr) return false;
-  for (auto& place : g_live) {
-    void* expected = block;
-    if (place.load(std::memory_order_relaxed) == block && place.compare_exchange_strong(expected, nullptr)) return true;
-  }
+  for (void*& place : g_live)
+    if (__atomic_load_n(&place, __ATOMIC_RELAXED) == block && replace(&place, block, nullptr)) return true;
   return false;
 }
 
-template <typename Function>
-UNINSTRUMENTED Function* next(const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+// The heap behind this one: the C library's, or the sanitizer's.
+struct Next {
+  void* (*malloc)(size_t);
+  void* (*calloc)(size_t, size_t);
+  void* (*realloc)(void*, size_t);
+  void (*free)(void*);
+};
+constinit inline Next g_next = {};
+
+// False while it is still being looked for: dlsym() itself may give back the text of an earlier error.
+UNINSTRUMENTED inline bool ready() {
+  static bool looking = false;
+  if (g_next.free != nullptr) return true;
+  if (looking) return false;
+  looking = true;
+  g_next.malloc = reinterpret_cast<void* (*)(size_t)>(dlsym(RTLD_NEXT, "malloc"));
+  g_next.calloc = reinterpret_cast<void* (*)(size_t, size_t)>(dlsym(RTLD_NEXT, "calloc"));
+  g_next.realloc = reinterpret_cast<void* (*)(void*, size_t)>(dlsym(RTLD_NEXT, "realloc"));
+  g_next.free = reinterpret_cast<void (*)(void*)>(dlsym(RTLD_NEXT, "free"));
+  return true;
 }
 
 }  // namespace failing_heap
 
 extern "C" UNINSTRUMENTED inline __attribute__((used)) void* malloc(size_t size) noexcept {
-  static void* (*next_malloc)(size_t) = nullptr;
-  if (next_malloc == nullptr) next_malloc = failing_heap::next<void*(size_t)>("malloc");
-  return failing_heap::refuse() ? nullptr : failing_heap::note(next_malloc(size));
+  using namespace failing_heap;
+  return !ready() || refuse() ? nullptr : note(g_next.malloc(size));
 }
 
 extern "C" UNINSTRUMENTED inline __attribute__((used)) void* calloc(size_t count, size_t size) noexcept {
-  static void* (*next_calloc)(size_t, size_t) = nullptr;
-  if (next_calloc == nullptr) next_calloc = failing_heap::next<void*(size_t, size_t)>("calloc");
-  return failing_heap::refuse() ? nullptr : failing_heap::note(next_calloc(count, size));
+  using namespace failing_heap;
+  return !ready() || refuse() ? nullptr : note(g_next.calloc(count, size));
 }
 
 extern "C" UNINSTRUMENTED inline __attribute__((used)) void* realloc(void* block, size_t size) noexcept {
-  static void* (*next_realloc)(void*, size_t) = nullptr;
-  if (next_realloc == nullptr) next_realloc = failing_heap::next<void*(void*, size_t)>("realloc");
-  if (failing_heap::refuse()) return nullptr;
-  const bool was_noted = failing_heap::forget(block);
-  void* const moved = next_realloc(block, size);
-  return was_noted || block == nullptr ? failing_heap::note(moved) : moved;
+  using namespace failing_heap;
+  if (!ready() || refuse()) return nullptr;
+  const bool was_noted = forget(block);
+  void* const moved = g_next.realloc(block, size);
+  return was_noted || block == nullptr ? note(moved) : moved;
 }
 
 extern "C" UNINSTRUMENTED inline __attribute__((used)) void free(void* block) noexcept {
-  static void (*next_free)(void*) = nullptr;
-  if (next_free == nullptr) next_free = failing_heap::next<void(void*)>("free");
-  failing_heap::forget(block);
-  next_free(block);
+  using namespace failing_heap;
+  if (!ready()) return;
+  forget(block);
+  g_next.free(block);
+}
+
+// LeakSanitizer knows the dynamic linker's own blocks by who calls malloc, which here is the malloc above.
+extern "C" inline __attribute__((used)) const char* __lsan_default_suppressions() {
+  return "leak:_dl_map_object_deps\n";
 }
 
 namespace failing_heap {
 
 inline size_t live_blocks() {
-  return static_cast<size_t>(std::ranges::count_if(g_live, [](const auto& place) { return place != nullptr; }));
+  size_t count = 0;
+  for (void*& place : g_live) count += __atomic_load_n(&place, __ATOMIC_RELAXED) != nullptr;
+  return count;
 }
 
 inline size_t open_descriptors() {
@@ -173,7 +192,7 @@ inline void fail_each_allocation(const Call& call, bool stays_exhausted) {
     expect_stated_code(call, outcome, allowed);
     ASSERT_TRUE(outcome.refused || outcome.allocations > 0) << "the call allocates nothing, so this proves nothing";
     if (!outcome.refused && call.keeps) {
-      for (auto& place : g_live) place = nullptr;
+      for (void*& place : g_live) __atomic_store_n(&place, nullptr, __ATOMIC_RELAXED);
       return;
     }
     if (outcome.code == call.success) call.undo();
