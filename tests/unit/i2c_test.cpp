@@ -1,6 +1,5 @@
 #include "vek_pal/i2c.h"
 
-#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -15,9 +14,12 @@
 #include <string>
 #include <vector>
 
+#include "failing_heap.h"
 #include "records.h"
 
 namespace {
+
+using failing_heap::open_descriptors;
 
 // The kernel here has no I2C: /dev/i2c-3 and /dev/korv_gpio_ctl are plain files, and what is asked of them ends here.
 struct Bus {
@@ -60,14 +62,6 @@ int answer(unsigned long request, void* arg) {
       errno = ENOTTY;
       return -1;
   }
-}
-
-size_t open_descriptors() {
-  size_t count = 0;
-  DIR* const dir = opendir("/proc/self/fd");
-  while (readdir(dir) != nullptr) count++;
-  closedir(dir);
-  return count;
 }
 
 // As the kernel's side of the device does.
@@ -240,4 +234,16 @@ TEST_F(I2c, ClosesWhileInterruptsArriveAndFromTheCallback) {
   for (int i = 0; i < 2000 && (result == -1 || open_descriptors() != before); i++) usleep(1000);
   EXPECT_EQ(result, 0);
   EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST_F(I2c, OpensWhenEachAllocationSucceeds) {
+  static vek_pal_i2c_handle_t* handle;
+  failing_heap::fail_each_allocation({{"vek_pal_i2c_open",
+                                       0,
+                                       {-1},
+                                       [] {
+                                         handle = vek_pal_i2c_open(&kPlain, nullptr);
+                                         return handle != nullptr ? 0 : -1;
+                                       },
+                                       [] { vek_pal_i2c_close(handle); }}});
 }
