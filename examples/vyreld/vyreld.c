@@ -1,10 +1,10 @@
 /*
  * vyreld: a small but complete feature daemon.
  *
- * It shows on standard output what reaches it: the laptop's MBIM events, the steps of the host-filter handshake, and
- * the service requests of the feature's AT commands, whose settings it keeps and gives back. The commands that need no
- * daemon's help (the main switch, the modes) the library answers by itself. Log records go to standard error. It ends
- * on SIGINT or SIGTERM.
+ * It shows on standard output what reaches it: the laptop's MBIM events, the SIM's events, the steps of the host-filter
+ * handshake, and the service requests of the feature's AT commands, whose settings it keeps and gives back. The
+ * commands that need no daemon's help (the main switch, the modes) the library answers by itself. Log records go to
+ * standard error. It ends on SIGINT or SIGTERM.
  */
 #include <pthread.h>
 #include <signal.h>
@@ -39,6 +39,25 @@ static void on_mbim_connect(int status, const char* apn, void* user) {
   show("MBIM connect status %d, APN \"%s\"", status, apn);
 }
 
+static void on_sim_status(int slot, int status, int zero, void* user) {
+  (void)zero;
+  (void)user;
+  show("SIM status %d, slot %d", status, slot);
+}
+
+static void on_hotplug(int event, void* user) {
+  (void)user;
+  show(event == VEK_PAL_SIM_PLUG_IN ? "SIM plug-in" : "SIM plug-out");
+}
+
+/* The modem may be down; the daemon serves without. With these a slot switch (AT+GTESIMICCID makes two) ends when it
+ * has taken effect and not after its whole limit. */
+static void follow_sim(void) {
+  if (vek_pal_hotplug_status_indication_register(on_hotplug, NULL) != 0 ||
+      vek_pal_sim_status_indication_register(on_sim_status, NULL) != 0)
+    show("no SIM events");
+}
+
 static int start(void) {
   const vek_pal_at_registration commands = {"vyreld", COMMAND_ID, 0, serve_request};
   provide_settings();
@@ -63,6 +82,7 @@ int main(void) {
     fputs("vyreld: cannot start; the records above say why\n", stderr);
     return 1;
   }
+  follow_sim();
   show("running");
   vek_pal_vyrel_mbim_status_sync(); /* the MBIM function may not be up yet: its open event brings another */
 
