@@ -96,7 +96,14 @@ struct Group {
   std::span<const Entry> entries;
 };
 
+constexpr Entry kText[] = {{0x01, "text", "text"}};
+
 constexpr Group kGroups[] = {
+    {0x02, 0x21, MessageType::response, kText},
+    {0x02, 0x22, MessageType::response, kText},
+    {0x02, 0x23, MessageType::response, kText},
+    {0x02, 0x2C, MessageType::response, kText},
+    {0x02, 0x51, MessageType::response, kText},
     {0x03, 0x03, MessageType::request, kIndicationRegister},
     {0x03, 0x24, MessageType::indication, kServingSystemIndication},
     {0x03, 0x24, MessageType::response, kServingSystem},

@@ -73,6 +73,12 @@ void get_firmware_version(Modem& modem, const Request&, Response& response) {
   response.record(resp);
 }
 
+// What every modem tells about itself, each as a text of its own. The library has no use for them.
+template <std::string Identity::*text>
+void get_text(Modem& modem, const Request&, Response& response) {
+  response.tlv(0x01).text(modem.state.identity.*text);
+}
+
 void changed(Modem& modem, Change change) {
   if (change == Change::started)
     modem.state.mode = modem.state.hardware_restricted ? OperatingMode::low_power : OperatingMode::online;
@@ -89,7 +95,9 @@ void load(State& state, const toml::table& scenario) {
       {"imei_version", identity.imei_version},
       {"meid", identity.meid},
       {"esn", identity.esn},
+      {"manufacturer", identity.manufacturer},
       {"model", identity.model},
+      {"hardware_revision", identity.hardware_revision},
       {"firmware", identity.firmware},
       {"serial_number", identity.serial_number},
       {"usb_ids", identity.usb_ids},
@@ -115,6 +123,11 @@ void declare(Modem& modem, CLI::App& top, const ReplyPtr& reply) {
 }
 
 constexpr Handler kHandlers[] = {
+    {0x21, get_text<&Identity::manufacturer>},
+    {0x22, get_text<&Identity::model>},
+    {0x23, get_text<&Identity::firmware>},
+    {0x2C, get_text<&Identity::hardware_revision>},
+    {0x51, get_text<&Identity::firmware>},  // of the software
     {QMI_DMS_GET_DEVICE_SERIAL_NUMBERS_REQ_V01, get_device_serial_numbers},
     {QMI_DMS_GET_OPERATING_MODE_REQ_V01, get_operating_mode},
     {QMI_DMS_SET_OPERATING_MODE_REQ_V01, set_operating_mode},

@@ -21,7 +21,9 @@ struct Identity {
   std::string imei_version = "02";
   std::string meid = "35907206123456";
   std::string esn = "0";
+  std::string manufacturer = "VEK";
   std::string model = "VK12-EA";
+  std::string hardware_revision = "1.0";
   std::string firmware = "VK12.1.04.07_R2";
   std::string serial_number = "VKMDSM0042";  // made 2026-06: the fifth letter is the year's, the sixth the month's
   std::string usb_ids = "1209,5A12";         // vendor, product

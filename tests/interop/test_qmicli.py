@@ -49,6 +49,17 @@ def test_who_the_module_is(ask):
     assert ids["IMEI SV"] == "07"
 
 
+@pytest.mark.parametrize("option, text", [
+    ("--dms-get-manufacturer", "VEK"),
+    ("--dms-get-model", "VK12-EA"),
+    ("--dms-get-revision", "VK12.2.00.01"),
+    ("--dms-get-hardware-revision", "1.0"),
+    ("--dms-get-software-version", "VK12.2.00.01"),
+])
+def test_what_any_modem_tells_of_itself(ask, option, text):
+    assert f"'{text}'" in ask(option) or f": {text}" in ask(option)
+
+
 @pytest.mark.parametrize("mode", ["low-power", "persistent-low-power", "factory-test", "online"])
 def test_the_operating_mode_is_what_was_set(ask, mode):
     assert "Operating mode set successfully" in ask(f"--dms-set-operating-mode={mode}")
