@@ -57,11 +57,12 @@ sanitize: ## Run the tests under AddressSanitizer with UBSan, then under ThreadS
 .PHONY: docs
 docs: ## Check the documentation and render the manual pages into build/docs
 	@$(INSTALL) build demo docs
-	@docs/render build/docs
+	@$(call BUILD,release)
+	@docs/render build/docs build/release
 
 .PHONY: install
-install: host ## Install the library, headers, tools and manual pages below PREFIX (/usr/local), with DESTDIR
-	@cmake --install build/host --prefix $(PREFIX)
+install: docs ## Install the library, headers, tools and manual pages below PREFIX (/usr/local), with DESTDIR
+	@cmake --install build/release --prefix $(PREFIX)
 
 .PHONY: format
 format: ## Lay out the code with clang-format

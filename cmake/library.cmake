@@ -20,7 +20,7 @@ set_target_properties(vek_pal PROPERTIES
   BUILD_WITH_INSTALL_RPATH ON
   INSTALL_RPATH ""
   LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
-target_include_directories(vek_pal PUBLIC ${CMAKE_SOURCE_DIR}/include)
+target_include_directories(vek_pal PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
 target_link_libraries(vek_pal PRIVATE vek_sanitizers ${VEK_PROVIDER_LIBRARIES})
 target_link_options(vek_pal PRIVATE
   -static-libgcc
