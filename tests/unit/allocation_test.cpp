@@ -22,6 +22,10 @@ extern "C" int usleep(useconds_t) { return nanosleep(&failing_heap::kMillisecond
 
 namespace {
 
+constexpr char kEidAnswer[] = "\r\n+GTESIMID: \"89049032000001000000000000000001\"\r\n\r\nOK\r\n";
+constexpr char kUsualAnswer[] =
+    "\r\n+GTGPS: $GPRMC,081836,A,3751.65,S,14507.36,E,000.0,360.0,130998,011.3,E*62\r\n\r\nOK\r\n";
+constexpr char kUsbState[] = "/sys/devices/platform/8a00000.ssusb/8a00000.dwc3/udc/8a00000.dwc3/state";
 constexpr size_t kUsualStack = 8 << 20;
 
 // What the modules' calls give out.
@@ -66,10 +70,10 @@ void serve_at() {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) abort();
     if (listen(listener, 4) != 0) abort();
-    for (int connection; (connection = accept(listener, nullptr, nullptr)) >= 0; close(connection))
-      while (!read_line(connection).empty())
-        write_all(connection,
-                  "\r\n+GTGPS: $GPRMC,081836,A,3751.65,S,14507.36,E,000.0,360.0,130998,011.3,E*62\r\n\r\nOK\r\n");
+    for (int connection; (connection = accept(listener, nullptr, nullptr)) >= 0; close(connection)) {
+      for (std::string line; !(line = read_line(connection)).empty();)
+        write_all(connection, line.find("GTESIMID") != line.npos ? kEidAnswer : kUsualAnswer);
+    }
   }).detach();
 }
 
@@ -312,9 +316,12 @@ TEST(Allocation, WhatTheAtServerIsAsked) {
        }},
   });
   vek_pal_ipc_at_clinet_init();
+  write_file(kUsbState, "configured");
   fail_each_allocation({
       {"vek_pal_at_send", 0, {3, -1}, send},
       {"vek_pal_get_pidvid", 0, {-1}, [] { return vek_pal_get_pidvid(g_text); }},
+      {"vek_pal_get_eid", 0, {-1}, [] { return vek_pal_get_eid(g_text); }},
+      {"vek_pal_sar_index_switch", 0, {-1}, [] { return vek_pal_sar_index_switch(1); }},
       {"vek_pal_get_manufacture_date", 0, {-1}, [] { return vek_pal_get_manufacture_date(g_text); }},
       {"vek_pal_gnss_info_acquire",
        0,

@@ -169,10 +169,10 @@ inline void expect_stated_code(const Call& call, const Outcome& outcome, int all
     EXPECT_EQ(outcome.code, call.failures[static_cast<size_t>(std::min(allowed, last))]);
 }
 
-// Threads that a call started, or woke, give back their blocks a little later.
-inline size_t settled_live_blocks(size_t expected) {
-  for (int i = 0; i < 2000 && live_blocks() > expected; i++) nanosleep(&kMillisecond, nullptr);
-  return live_blocks();
+// What threads give back that a call started, or woke, comes a little later.
+inline size_t settled(size_t (*count)(), size_t expected) {
+  for (int i = 0; i < 2000 && count() != expected; i++) nanosleep(&kMillisecond, nullptr);
+  return count();
 }
 
 // The call with its first allocation failing, then with its second, until it gets all that it wants.
@@ -196,8 +196,8 @@ inline void fail_each_allocation(const Call& call, bool stays_exhausted) {
       return;
     }
     if (outcome.code == call.success) call.undo();
-    EXPECT_EQ(settled_live_blocks(blocks), blocks) << "blocks are left behind";
-    EXPECT_EQ(open_descriptors(), descriptors) << "descriptors are left open";
+    EXPECT_EQ(settled(live_blocks, blocks), blocks) << "blocks are left behind";
+    EXPECT_EQ(settled(open_descriptors, descriptors), descriptors) << "descriptors are left open";
     if (!outcome.refused) return;
   }
 }
