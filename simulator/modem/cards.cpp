@@ -167,12 +167,16 @@ void pin_changed(Modem& modem, size_t number, const Pin& pin) {
 
 }  // namespace
 
-PinOutcome verify_pin(Modem& modem, size_t slot, Pin& pin, const std::string& code) {
-  if (pin.state == PinState::blocked || pin.state == PinState::permanently_blocked) return PinOutcome::blocked;
-  if (pin.state != PinState::enabled_not_verified) return PinOutcome::nothing_to_do;
+namespace {
+
+bool is_blocked(const Pin& pin) { return pin.state == PinState::blocked || pin.state == PinState::permanently_blocked; }
+
+// `state` is what the right code brings the PIN to.
+PinOutcome enter(Modem& modem, size_t slot, Pin& pin, const std::string& code, PinState state) {
+  if (is_blocked(pin)) return PinOutcome::blocked;
   if (code == pin.code) {
     pin.retries = Pin{}.retries;
-    pin.state = PinState::enabled_verified;
+    pin.state = state;
     pin_changed(modem, slot, pin);
     return PinOutcome::done;
   }
@@ -181,6 +185,25 @@ PinOutcome verify_pin(Modem& modem, size_t slot, Pin& pin, const std::string& co
     pin_changed(modem, slot, pin);
   }
   return PinOutcome::wrong;
+}
+
+}  // namespace
+
+PinOutcome verify_pin(Modem& modem, size_t slot, Pin& pin, const std::string& code) {
+  if (!is_blocked(pin) && pin.state != PinState::enabled_not_verified) return PinOutcome::nothing_to_do;
+  return enter(modem, slot, pin, code, PinState::enabled_verified);
+}
+
+PinOutcome protect_by_pin(Modem& modem, size_t slot, Pin& pin, bool on, const std::string& code) {
+  if (!is_blocked(pin) && on == (pin.state != PinState::disabled)) return PinOutcome::nothing_to_do;
+  return enter(modem, slot, pin, code, on ? PinState::enabled_verified : PinState::disabled);
+}
+
+PinOutcome change_pin(Modem& modem, size_t slot, Pin& pin, const std::string& code, const std::string& new_code) {
+  if (pin.state == PinState::disabled) return PinOutcome::nothing_to_do;
+  const PinOutcome outcome = enter(modem, slot, pin, code, PinState::enabled_verified);
+  if (outcome == PinOutcome::done) pin.code = new_code;
+  return outcome;
 }
 
 PinOutcome unblock_pin(Modem& modem, size_t slot, Pin& pin, const std::string& unblock_code, const std::string& code) {

@@ -23,8 +23,10 @@ void change_card(Modem& modem, size_t slot, const std::function<void(Card&)>& ch
 
 enum class PinOutcome { done, wrong, blocked, nothing_to_do };
 
-// Both enter a code into the card: a wrong one costs a try.
+// All enter a code into the card: a wrong one costs a try.
 PinOutcome verify_pin(Modem& modem, size_t slot, Pin& pin, const std::string& code);
+PinOutcome protect_by_pin(Modem& modem, size_t slot, Pin& pin, bool on, const std::string& code);
+PinOutcome change_pin(Modem& modem, size_t slot, Pin& pin, const std::string& code, const std::string& new_code);
 PinOutcome unblock_pin(Modem& modem, size_t slot, Pin& pin, const std::string& unblock_code, const std::string& code);
 
 // Everything as after power-on, at once.

@@ -6,6 +6,7 @@
 #include "modem/card_files.h"
 #include "modem/cards.h"
 #include "modem/sim_commands.h"
+#include "modem/uim_pins.h"
 
 namespace simulated {
 namespace {
@@ -13,7 +14,6 @@ namespace {
 constexpr uint8_t kPoweredDown = 1;  // the error code of a card
 constexpr uint32_t kFeatureUnknown = 11, kPersonalisationReady = 2;
 constexpr uint16_t kNoSession = 0xFFFF;
-constexpr uint32_t kNoSim = 102;
 
 // --- What is reported ---
 
@@ -113,21 +113,9 @@ void event_reg(Modem&, const Request& request, Response& response) {
   response.record(uim_event_reg_resp{.resp = {}, .event_mask_valid = 1, .event_mask = mask});
 }
 
-// Provisioning sessions are about the active slot's card, the others name a slot with their last bit.
-size_t slot_of(const State& state, const uim_session_information& session) {
-  constexpr uint32_t kFirstOfSlots = 4;
-  return session.session_type < kFirstOfSlots ? state.active_slot : session.session_type % 2;
-}
-
-Card& card_of(State& state, const uim_session_information& session) {
-  Slot& slot = state.slots[slot_of(state, session)];
-  if (!slot.card || !slot.powered || slot.error) throw Refused(kNoSim);
-  return *slot.card;
-}
-
 void read_transparent(Modem& modem, const Request& request, Response& response) {
   const auto wanted = request.record<uim_read_transparent_req>();
-  const Card& card = card_of(modem.state, wanted.session_information);
+  const Card& card = card_of_session(modem.state, wanted.session_information.session_type);
   std::vector<uint16_t> path;
   for (size_t i = 0; i + 1 < wanted.file_id.path_len; i += 2)
     path.push_back(static_cast<uint16_t>(wanted.file_id.path[i] | wanted.file_id.path[i + 1] << 8));
@@ -152,30 +140,6 @@ void read_transparent(Modem& modem, const Request& request, Response& response) 
   const Bytes content(from, from + static_cast<ptrdiff_t>(length == 0 ? rest : std::min(length, rest)));
   response.tlv(0x10).u8(0x90).u8(0x00);
   response.tlv(0x11).u16(content.size()).raw(content);
-}
-
-void verify(Modem& modem, const Request& request, Response& response) {
-  const auto wanted = request.record<uim_verify_pin_req>();
-  const size_t slot = slot_of(modem.state, wanted.session_information);
-  Card& card = card_of(modem.state, wanted.session_information);
-  const uint32_t id = wanted.verify_pin.pin_id;
-  if (id != UIM_PIN_ID_PIN_1_V01 && id != UIM_PIN_ID_PIN_2_V01) throw Refused(QMI_ERR_INVALID_PINID_V01);
-  Pin& pin = id == UIM_PIN_ID_PIN_1_V01 ? card.pin1 : card.pin2;
-  switch (verify_pin(modem, slot, pin, wanted.verify_pin.pin_value)) {
-    case PinOutcome::done:
-      response.tlv(0x13).u8(0x90).u8(0x00);
-      return;
-    case PinOutcome::nothing_to_do:
-      throw Refused(QMI_ERR_NO_EFFECT_V01);
-    case PinOutcome::wrong:
-      response.refuse(QMI_ERR_INCORRECT_PIN_V01).tlv(0x10).u8(pin.retries).u8(pin.unblock_retries);
-      response.tlv(0x13).u8(0x63).u8(0xC0 | pin.retries);
-      return;
-    case PinOutcome::blocked:
-      response.refuse(QMI_ERR_PIN_BLOCKED_V01).tlv(0x10).u8(pin.retries).u8(pin.unblock_retries);
-      response.tlv(0x13).u8(0x69).u8(0x83);
-      return;
-  }
 }
 
 size_t power_slot(const State& state, const Request& request) {
@@ -203,7 +167,10 @@ void changed(Modem& modem, Change change) {
 
 constexpr Handler kHandlers[] = {
     {QMI_UIM_READ_TRANSPARENT_REQ_V01, read_transparent},
-    {QMI_UIM_VERIFY_PIN_REQ_V01, verify},
+    {QMI_UIM_VERIFY_PIN_REQ_V01, uim_verify_pin_handler},
+    {kUimSetPinProtection, uim_set_pin_protection_handler},
+    {kUimUnblockPin, uim_unblock_pin_handler},
+    {kUimChangePin, uim_change_pin_handler},
     {QMI_UIM_EVENT_REG_REQ_V01, event_reg},
     {QMI_UIM_GET_CARD_STATUS_REQ_V01, get_card_status},
     {QMI_UIM_POWER_DOWN_REQ_V01, [](Modem& m, const Request& request, Response&) { switch_power(m, request, false); }},

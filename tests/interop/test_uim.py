@@ -104,6 +104,28 @@ def test_the_pin_whoever_enters_it(module):
     assert "NoEffect" in qmicli(module, "--uim-verify-pin=PIN1,4711", check=False).stderr
 
 
+def test_protection_change_and_unblocking_of_a_pin(module):
+    def pin_state():
+        return module.ctl("sim", "status")["slots"][0]["pin"]["state"]
+
+    qmicli(module, "--uim-set-pin-protection=PIN1,enable,1234")
+    assert pin_state() == "verified"
+    qmicli(module, "--uim-change-pin=PIN1,1234,5555")
+    qmicli(module, "--uim-sim-power-off=1")
+    qmicli(module, "--uim-sim-power-on=1")
+    wait_for(lambda: module.ctl("sim", "status")["slots"][0]["state"] == "PIN required", what="the card has started")
+    for _ in range(3):
+        assert "IncorrectPin" in qmicli(module, "--uim-verify-pin=PIN1,1234", check=False).stderr, "it was changed"
+    assert "PinBlocked" in qmicli(module, "--uim-verify-pin=PIN1,5555", check=False).stderr
+    assert vekctl(module, "sim", "status")[1]["status"] == 3
+    wrong = qmicli(module, "--uim-unblock-pin=PIN1,00000000,6666", check=False)
+    assert fields(wrong.stdout + wrong.stderr)["Unblock"] == "9"
+    qmicli(module, "--uim-unblock-pin=PIN1,12345678,6666")
+    assert vekctl(module, "sim", "status")[1]["status"] == 7
+    qmicli(module, "--uim-set-pin-protection=PIN1,disable,6666")
+    assert pin_state() == "disabled"
+
+
 def test_the_power_of_a_card(module):
     assert "Successfully performed SIM power off" in qmicli(module, "--uim-sim-power-off=1").stdout
     assert "Card state: 'error: power-down" in qmicli(module, "--uim-get-card-status").stdout

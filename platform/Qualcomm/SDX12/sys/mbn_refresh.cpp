@@ -1,13 +1,12 @@
 // Waiting for the modem to finish a refresh of its configuration.
-#include <pthread.h>
+#include <atomic>
 
 #include "common/base/heap_block.h"
-#include "common/base/mutex_lock.h"
 #include "log/log.h"
 #include "providers/qmi/services/pdc.h"
+#include "sys/modem_event.h"
 #include "sys/qmi_clients.h"
 #include "vek_pal/qmi.h"
-#include "vek_pal/sem.h"
 
 namespace {
 
@@ -17,11 +16,8 @@ constexpr unsigned kRefreshTimeoutMs = 10000;
 
 enum RefreshState { kNoneSeen = 0, kStarted = 1, kCompleted = 2 };
 
-// The receive thread posts, and whoever waits deletes: the handle is only touched with the mutex held.
-constinit pthread_mutex_t g_mbn_refresh_mutex = PTHREAD_MUTEX_INITIALIZER;
-constinit vek_pal_sem_t g_mbn_refresh_sem = nullptr;
-constinit unsigned g_mbn_refresh_waiting = 0;
-constinit int g_mbn_refresh_state = kNoneSeen;
+constinit vek::ModemEvent g_mbn_refreshed = {.name = "mbn_refresh"};
+constinit std::atomic<int> g_mbn_refresh_state = kNoneSeen;
 
 constexpr vek::qmi::ClientKind kPdc = {.source = vek::log::kSourceOf<kLogTag>.data(),
                                        .name = "PDC",
@@ -49,35 +45,12 @@ int register_for_refreshes(qmi_client_type client, void*) {
 }
 
 void take_refresh_event(uint32_t event) {
-  const vek::MutexLock lock(g_mbn_refresh_mutex);
   if (event == 0) g_mbn_refresh_state = kStarted;
   if (event != 1) return;
-  if (g_mbn_refresh_sem != nullptr) {
-    LOG_I("post mbn refresh sem ");
-    for (unsigned i = 0; i < g_mbn_refresh_waiting; i++) vek_pal_sem_post(g_mbn_refresh_sem);
-  }
-  g_mbn_refresh_state = kCompleted;
-}
-
-// The semaphore to wait on; nullptr when there is nothing to wait for, or no semaphore to be had.
-vek_pal_sem_t begin_wait() {
-  const vek::MutexLock lock(g_mbn_refresh_mutex);
-  LOG_I("current pdc refresh state %d\n", g_mbn_refresh_state);
-  if (g_mbn_refresh_state >= kCompleted) return nullptr;
-  if (g_mbn_refresh_sem == nullptr) {
-    const int ret = vek_pal_sem_init(&g_mbn_refresh_sem, "mbn_refresh", 1, 0);
-    LOG_I("mbn refresh sem init, ret=%d.", ret);
-    if (ret != 0) return nullptr;
-  }
-  g_mbn_refresh_waiting++;
-  return g_mbn_refresh_sem;
-}
-
-void end_wait() {
-  const vek::MutexLock lock(g_mbn_refresh_mutex);
-  if (--g_mbn_refresh_waiting != 0) return;
-  vek_pal_sem_deinit(&g_mbn_refresh_sem);
-  g_mbn_refresh_sem = nullptr;
+  g_mbn_refresh_state = kCompleted;  // first, for who prepares to wait looks at it last
+  if (!vek::is_awaited(g_mbn_refreshed)) return;
+  LOG_I("post mbn refresh sem ");
+  vek::post(g_mbn_refreshed);
 }
 
 }  // namespace
@@ -108,14 +81,16 @@ int vek_pal_qmi_pdc_event_register(void) {
 
 void vek_pal_clear_mbn_refresh_status(void) {
   LOG_I("init mbn refresh status");
-  const vek::MutexLock lock(g_mbn_refresh_mutex);
   g_mbn_refresh_state = kNoneSeen;
 }
 
 void vek_pal_wait_mbn_refresh_sem(void) {
-  vek_pal_sem_t sem = begin_wait();
-  if (sem == nullptr) return;
-  vek_pal_sem_wait(&sem, &kRefreshTimeoutMs);
+  const int state = g_mbn_refresh_state;
+  LOG_I("current pdc refresh state %d\n", state);
+  if (state >= kCompleted) return;
+  const int prepared = vek::prepare(g_mbn_refreshed);
+  LOG_I("mbn refresh sem init, ret=%d.", prepared);
+  if (prepared == 0 && g_mbn_refresh_state < kCompleted) vek::wait_for(g_mbn_refreshed, kRefreshTimeoutMs);
   LOG_I("wait mbn refresh done.");
-  end_wait();
+  vek::destroy(g_mbn_refreshed);
 }

@@ -209,9 +209,7 @@ int on_recovery(qmi_client_type client, void*) {
   return 0;
 }
 
-qmi_client_type client_for(const void* callback) {
-  return callback != nullptr ? uim_client() : FAIL(nullptr, "Wrong cb param");
-}
+qmi_client_type client_for(bool has_callback) { return has_callback ? uim_client() : FAIL(nullptr, "Wrong cb param"); }
 
 // What changes from here on is an event: the slots' states count as known.
 void load_cache(const uim_slots& reported) {
@@ -256,7 +254,7 @@ void vek_pal_uim_qmi_ind_cb(qmi_client_type handle, unsigned msg_id, void* ind_b
 }
 
 int vek_pal_sim_status_indication_register(void (*callback)(int slot, int status, int zero, void* user), void* user) {
-  const qmi_client_type client = client_for(reinterpret_cast<const void*>(callback));
+  const qmi_client_type client = client_for(callback != nullptr);
   if (client == nullptr || !order_events(client)) return -1;
   {
     const vek::MutexLock lock(g_slots.mutex);
@@ -268,7 +266,7 @@ int vek_pal_sim_status_indication_register(void (*callback)(int slot, int status
 }
 
 int vek_pal_hotplug_status_indication_register(void (*callback)(int event, void* user), void* user) {
-  const qmi_client_type client = client_for(reinterpret_cast<const void*>(callback));
+  const qmi_client_type client = client_for(callback != nullptr);
   if (client == nullptr) return -1;
   uim_get_slots_status_resp response;
   if (!get_slots_status(client, response)) return -1;

@@ -14,7 +14,7 @@ struct Slots {
   vek_pal_slot_info_cache cache = {};
   int32_t first_atr_len = 0;
   uint8_t protect_flag = 0;
-  uim_slot_eid second_eid = {};  // of the second slot's eSIM, while it is the active one
+  uim_slot_eid second_eid = {};  // of the second slot's eSIM, when last reported as the active one
 };
 
 extern Slots g_slots;
