@@ -128,8 +128,8 @@ def test_plain_queries(ask, question):
     [
         ("--wds-get-current-settings", "QMI protocol error (15): 'OutOfCall'"),
         ("--loc-noop", "QMI protocol error (31): 'InvalidServiceType'"),
-        ("--dms-get-model", "QMI protocol error (71): 'InvalidQmiCommand'"),
-        ("--dms-get-hardware-revision", "QMI protocol error (71): 'InvalidQmiCommand'"),
+        ("--dms-get-capabilities", "QMI protocol error (71): 'InvalidQmiCommand'"),
+        ("--dms-get-band-capabilities", "QMI protocol error (71): 'InvalidQmiCommand'"),
     ],
 )
 def test_what_the_modem_does_not_have(way, question, error):

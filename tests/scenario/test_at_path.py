@@ -80,7 +80,8 @@ def test_a_restarted_daemon_takes_over_in_the_middle(module, vyreld):
 def test_a_stopped_daemon_answers_what_it_was_asked_and_not_more(module, vyreld):
     module.ctl("at-server", "daemon-timeout", 300)
     at = module.at_client()
-    module.run("pkill", "-STOP", "-x", "vyreld")
+    # A signal stops the threads one by one; all have when none is in another state.
+    module.run("sh", "-c", "pkill -STOP -x vyreld; while grep -L 'State:.T' /proc/$(pidof vyreld)/task/*/status | grep -q .; do :; done")
     assert at.command("AT+GTVYRSER?") == ([], "ERROR")
     assert at.command("AT+GTVYRDIAG?") == ([], "ERROR")
     module.ctl("at-server", "daemon-timeout", 10_000)
