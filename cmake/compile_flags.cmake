@@ -18,7 +18,7 @@ endif()
 # Everything here is compiled with these: the library, the simulated module, tools and tests.
 add_library(vek_warnings INTERFACE)
 target_compile_options(vek_warnings INTERFACE
-  -Wall -Wextra -Werror -Wconversion -Wshadow -Wformat=2 -Wcast-align -Wcast-qual -Wundef -Wvla
+  -Wall -Wextra -Werror -Wno-psabi -Wconversion -Wshadow -Wformat=2 -Wcast-align -Wcast-qual -Wundef -Wvla
   -Wno-error=deprecated-declarations
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wextra-semi>
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/platform/Qualcomm/SDX12/=)
