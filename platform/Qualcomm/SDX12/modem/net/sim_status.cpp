@@ -69,15 +69,10 @@ void vek_pal_wait_sim_ready_sem(void) {
 }
 
 int vek_pal_get_current_sim_slot(void) {
-  const qmi_client_type client = uim_client();
-  if (client == nullptr) return -1;
   uim_get_slots_status_resp answer;
-  if (!get_slots_status(client, answer)) return -1;
-  const uim_physical_slot_status* const slots = physical_slots(answer);
-  if (slots == nullptr) return -1;
-  const int active = active_slot(slots);
-  if (active < 0) return FAIL(-1, "no active slot");
-  LOG_I("logical_slot id %d", slots[active].logical_slot);
+  const int active = ask_active_slot(answer);
+  if (active < 0) return -1;
+  LOG_I("logical_slot id %d", answer.slots.physical_slot_status[active].logical_slot);
   LOG_I("physical_slot id %d", active + 1);
   return active;
 }

@@ -44,6 +44,15 @@ int active_slot(const uim_physical_slot_status* slots) {
   return -1;
 }
 
+int ask_active_slot(uim_get_slots_status_resp& answer) {
+  const qmi_client_type client = uim_client();
+  if (client == nullptr || !get_slots_status(client, answer)) return -1;
+  const uim_physical_slot_status* const slots = physical_slots(answer);
+  if (slots == nullptr) return -1;
+  const int active = active_slot(slots);
+  return active >= 0 ? active : FAIL(-1, "no active slot");
+}
+
 const uim_app_info& select_app(const uim_card_info& card) {
   for (unsigned i = 0; i < card.app_info_len; i++) {
     if (card.app_info[i].app_type != UIM_APP_TYPE_USIM_V01) continue;

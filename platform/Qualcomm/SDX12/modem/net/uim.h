@@ -21,6 +21,9 @@ const uim_physical_slot_status* physical_slots(const uim_get_slots_status_resp& 
 // Of the first two; -1 when neither is active.
 int active_slot(const uim_physical_slot_status* slots);
 
+// Asks for the slots: the index of the active one, or -1 and a record.
+int ask_active_slot(uim_get_slots_status_resp& answer);
+
 // The USIM, else the card's first application. A card without any has an application of zeros.
 const uim_app_info& select_app(const uim_card_info& card);
 

@@ -5,9 +5,9 @@
 #include <string.h>
 
 #include "common/base/heap_block.h"
-#include "common/misc/hex.h"
 #include "log/log.h"
 #include "modem/at/atr/answer.h"
+#include "modem/at/atr/profiles_info.h"
 #include "vek_pal/at.h"
 #include "vek_pal/at_client.h"
 #include "vek_pal/sim.h"
@@ -18,14 +18,10 @@ namespace {
 constexpr char kLogTag[] = "AT";
 constexpr uint32_t kCommandSize = 65;
 constexpr uint32_t kResponseSize = 257;
-constexpr size_t kIccidDigits = 20;
+using vek::at::kIccidDigits;
 constexpr int kUsualChannel = 1;
 constexpr int kPolls = 6;
 constexpr unsigned kPollPauseMs = 1000;
-
-constexpr char kIccidTag[] = "5A0A";  // the tag, and 10 bytes
-constexpr char kStateTag[] = "9501";  // the tag, and 1 byte
-constexpr char kEnabled[] = "01";
 
 // One exchange with the card after another, over the AT server.
 struct Card {
@@ -97,31 +93,14 @@ bool get_profiles(const Card& card) {
   return failed == 0 || FAIL(false, "get profile fail %d", failed);
 }
 
-// The digits of the first profile that is enabled, as they are stored: two and two the wrong way round.
-bool find_enabled(const char* answer, char (&iccid)[kIccidDigits + 1]) {
-  constexpr size_t kTagLength = sizeof kIccidTag - 1;
-  while ((answer = strstr(answer, kIccidTag)) != nullptr) {
-    const char* const digits = answer + kTagLength;
-    size_t count = 0;
-    while (count < kIccidDigits && vek::hex::value(digits[count]) >= 0) count++;
-    answer = digits;
-    if (count < kIccidDigits) continue;
-    const char* const state = strstr(digits + kIccidDigits, kStateTag);
-    if (state == nullptr || strncmp(state + sizeof kStateTag - 1, kEnabled, sizeof kEnabled - 1) != 0) continue;
-    memcpy(iccid, digits, kIccidDigits);
-    iccid[kIccidDigits] = '\0';
-    return true;
-  }
-  return FAIL(false, "get iccid failed!");
-}
-
 // From the terminal capability to the closed channel.
 bool read_iccid(Card& card, char (&iccid)[kIccidDigits + 1]) {
   if (!send_terminal_capability(card)) return false;
   close_channel(card, kUsualChannel);  // in case that an earlier run has left it open
   if (!open_channel(card)) return false;
   const bool answered = select_isdr(card) && get_profiles(card);
-  const bool found = answered && find_enabled(card.response.get(), iccid);
+  const bool found =
+      answered && (vek::at::find_enabled(card.response.get(), iccid) || FAIL(false, "get iccid failed!"));
   // After a failure the usual channel stays open: the next run closes it first.
   if ((answered || card.channel != kUsualChannel) && !close_channel(card, card.channel))
     LOG_E("close apdu channel failed!");
