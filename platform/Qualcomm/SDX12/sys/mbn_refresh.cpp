@@ -6,12 +6,14 @@
 #include "providers/qmi/services/pdc.h"
 #include "sys/modem_event.h"
 #include "sys/qmi_clients.h"
+#include "sys/qmi_request.h"
 #include "vek_pal/qmi.h"
 
 namespace {
 
 constexpr char kLogTag[] = "SYS";
-constexpr unsigned kRequestTimeoutMs = 10000;
+constexpr vek::qmi::Question kRegister = {QMI_PDC_INDICATION_REGISTER_REQ_V01, "QMI_PDC_INDICATION_REGISTER_REQ_V01",
+                                          10000};
 constexpr unsigned kRefreshTimeoutMs = 10000;
 
 enum RefreshState { kNoneSeen = 0, kStarted = 1, kCompleted = 2 };
@@ -35,11 +37,8 @@ constinit vek::qmi::ClientSlot g_pdc = {&kPdc};
 int register_for_refreshes(qmi_client_type client, void*) {
   pdc_indication_register_req request = {
       .enable_reporting_valid = 1, .enable_reporting = 1, .enable_refresh_valid = 1, .enable_refresh = 1};
-  qmi_result_resp response = {};
-  const int rc = qmi_client_send_msg_sync(client, QMI_PDC_INDICATION_REGISTER_REQ_V01, &request, sizeof request,
-                                          &response, sizeof response, kRequestTimeoutMs);
-  if (vek_pal_qmi_check_response("QMI_PDC_INDICATION_REGISTER_REQ_V01", rc, static_cast<int>(response.resp.result),
-                                 static_cast<int>(response.resp.error)) != 0)
+  qmi_result_resp response;
+  if (!vek::qmi::ask(client, kRegister, request, response))
     return FAIL(-1, "qmi_client_send_msg_sync QMI_PDC_INDICATION_REGISTER_REQ_MSG_V01 fail");
   return 0;
 }

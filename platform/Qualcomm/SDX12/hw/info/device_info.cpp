@@ -1,24 +1,25 @@
 #include "vek_pal/device_info.h"
 
-#include <stdio.h>
 #include <string.h>
 
 #include <algorithm>
-#include <string_view>
 
 #include "log/log.h"
 #include "providers/qmi/qmi_client.h"
 #include "providers/qmi/services/dms.h"
+#include "sys/qmi_request.h"
 #include "vek_pal/qmi.h"
 
 namespace {
 
 constexpr char kLogTag[] = "MODEM";
 constexpr unsigned kTimeoutMs = 3000;
+constexpr vek::qmi::Question kSerialNumbers = {QMI_DMS_GET_DEVICE_SERIAL_NUMBERS_REQ_V01,
+                                               "QMI_DMS_GET_DEVICE_SERIAL_NUMBERS_REQ_V01", kTimeoutMs};
 
-// One question to the modem, without members. False when it could not be asked; what it answered is in `response`.
+// Model and version leave records in words of their own instead of those of ask().
 template <typename Response>
-int ask(qmi_client_type client, unsigned message_id, Response& response) {
+int send(qmi_client_type client, unsigned message_id, Response& response) {
   response = {};
   return qmi_client_send_msg_sync(client, message_id, nullptr, 0, &response, sizeof response, kTimeoutMs);
 }
@@ -31,9 +32,7 @@ int vek_pal_get_imei(char* imei) {
   const qmi_client_type client = vek_pal_qmi_get_dms_client();
   if (client == nullptr) return FAIL(-1, "Fail to get dms client");
   dms_get_device_serial_numbers_resp response;
-  const int rc = ask(client, QMI_DMS_GET_DEVICE_SERIAL_NUMBERS_REQ_V01, response);
-  if (vek_pal_qmi_check_response("QMI_DMS_GET_DEVICE_SERIAL_NUMBERS_REQ_V01", rc,
-                                 static_cast<int>(response.resp.result), static_cast<int>(response.resp.error)) != 0)
+  if (!vek::qmi::ask(client, kSerialNumbers, response))
     return FAIL(-1, " qmi_client_send_msg_sync QMI_DMS_GET_DEVICE_SERIAL_NUMBERS_REQ_V01 fail");
   if (!response.imei_valid) return FAIL(-1, "imei info not valid");
   response.imei[kImeiMax] = '\0';
@@ -47,7 +46,7 @@ int vek_pal_get_model(char* model) {
   const qmi_client_type client = vek_pal_qmi_get_dms_client();
   if (client == nullptr) return FAIL(-1, "Fail to get dms client");
   dms_get_model_resp response;
-  if (ask(client, QMI_DMS_GET_MODEL_REQ_V01, response) != QMI_NO_ERR)
+  if (send(client, QMI_DMS_GET_MODEL_REQ_V01, response) != QMI_NO_ERR)
     return FAIL(-1, "qmi send message fail error:%d", static_cast<int>(response.resp.error));
   if (response.resp.result != QMI_RESULT_SUCCESS_V01) return FAIL(-1, "modelid info is invaild");
   const auto length = static_cast<int>(std::min<size_t>(response.model_len, sizeof response.model));
@@ -68,7 +67,7 @@ int vek_pal_get_firmware_version(char* version) {
   const qmi_client_type client = vek_pal_qmi_get_dms_client();
   if (client == nullptr) return FAIL(-1, "Fail to get dms client");
   dms_get_firmware_version_resp response;
-  if (ask(client, QMI_DMS_GET_FIRMWARE_VERSION_REQ_V01, response) != QMI_NO_ERR)
+  if (send(client, QMI_DMS_GET_FIRMWARE_VERSION_REQ_V01, response) != QMI_NO_ERR)
     return FAIL(-1, "qmi send message fail error:%d", static_cast<int>(response.resp.error));
   if (response.resp.result != QMI_RESULT_SUCCESS_V01) return FAIL(-1, "version info is invaild");
   response.version[strcspn(response.version, "_")] = '\0';
