@@ -1,6 +1,8 @@
 #include "vek_pal/at_client.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <atomic>
@@ -53,6 +55,25 @@ TEST(AtClient, SendsOneLineAndCollectsItsPieces) {
   EXPECT_EQ(huge.code, 0);
   EXPECT_EQ(huge.length, 6144u);
   EXPECT_EQ(got, (std::vector<std::string>{"AT+GTGPSCFG?\r\n", "AT+CUT\r\n", "AT+HUGE\r\n"}));
+}
+
+TEST(AtClient, WaitsOnWhenASignalIsHandled) {
+  struct sigaction quiet = {};
+  quiet.sa_handler = [](int) {};
+  sigaction(SIGUSR1, &quiet, nullptr);  // without SA_RESTART
+  const pthread_t caller = pthread_self();
+  AtServer server({[&](int connection) {
+    read_line(connection);
+    for (int i = 0; i < 20; i++) {
+      pthread_kill(caller, SIGUSR1);
+      usleep(1000);
+    }
+    write_all(connection, "first OK");
+    read_line(connection);
+    write_all(connection, "second OK");
+  }});
+  EXPECT_EQ(ask("AT+FIRST\r\n").text, "first OK");
+  EXPECT_EQ(ask("AT+SECOND\r\n").text, "second OK");
 }
 
 TEST(AtClient, EndsTheCollectionAfterTenPiecesWithWhatThereIs) {

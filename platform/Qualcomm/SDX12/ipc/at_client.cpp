@@ -1,5 +1,6 @@
 #include "vek_pal/at_client.h"
 
+#include <errno.h>
 #include <netinet/in.h>
 #include <string.h>
 #include <sys/socket.h>
@@ -93,6 +94,15 @@ bool send_line(std::string_view line) {
   return true;
 }
 
+// A signal that the daemon handles is no answer: whoever gave up here would read it as the next command's.
+ssize_t receive(char* chunk) {
+  ssize_t received;
+  do {
+    received = recv(g_connection, chunk, kBufferSize, 0);
+  } while (received < 0 && errno == EINTR);
+  return received;
+}
+
 bool is_final(std::string_view chunk) {
   return chunk.find("ERROR") != std::string_view::npos || chunk.find("OK") != std::string_view::npos;
 }
@@ -103,7 +113,7 @@ bool exchange(std::string_view line, char* chunk, char* collected, size_t& total
   if (!send_line(line)) return false;
   int reconnects_left = kReconnects;
   for (int receives_left = kReceives; receives_left > 0; receives_left--) {
-    const ssize_t received = recv(g_connection, chunk, kBufferSize, 0);
+    const ssize_t received = receive(chunk);
     if (received < 0) return FAIL(false, "recv_size fail:%d", static_cast<int>(received));
     if (received == 0) {
       disconnect();
