@@ -62,8 +62,10 @@ class Module:
         return self
 
     def __exit__(self, failure, *_):
-        self.stop()
+        ended = self.stop()
         if failure is None:
+            # Among others, what a sanitizer found.
+            assert ended == 0, (self.directory / "box.log").read_text()
             shutil.rmtree(self.directory, ignore_errors=True)
         else:
             print(f"the module's files are in {self.directory}")
@@ -91,6 +93,7 @@ class Module:
             self._box.kill()
             self._box.wait()
         self._output.close()
+        return self._box.returncode
 
     # --- modulectl ---
 
