@@ -11,11 +11,11 @@ help: ## Print this list
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-10s %s\n", $$1, $$2 }' $(MAKEFILE_LIST)
 
 .PHONY: demo
-demo: host ## Build, start a module in a box with vyreld, and take a guided tour
+demo: module ## Build, start a module in a box with vyreld, and take a guided tour
 	@simulator/box/demo build/host
 
 .PHONY: shell
-shell: host ## Open a shell inside a running module
+shell: module ## Open a shell inside a running module
 	@simulator/box/shell build/host
 
 .PHONY: test
@@ -73,6 +73,12 @@ format: ## Lay out the code with clang-format
 tidy: host ## Look for doubtful code with clang-tidy
 	@$(INSTALL) format
 	@git ls-files 'common/*.cpp' 'platform/*.cpp' 'providers/*.cpp' | xargs clang-tidy -p build/host --quiet
+
+# The library and everything that runs with it, without the tests.
+.PHONY: module
+module:
+	@$(INSTALL) build demo test
+	@$(call BUILD,host) --target simulator/all tools/all examples/all
 
 .PHONY: host
 host:
