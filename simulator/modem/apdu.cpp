@@ -71,7 +71,8 @@ Bytes select_application(Card& card, Channel& channel, const Bytes& id) {
   if (card.euicc && id == kIsdR) {
     channel.application = kIsdR;
     Bytes content = object({0x84}, kIsdR);
-    append(content, object({0xA5}, {0x9F, 0x65, 0x01, 0xFF, 0xE0, 0x05, 0x82, 0x03, 0x02, 0x02, 0x02}));
+    append(content, object({0xA5}, object({0x9F, 0x65}, {0xFF})));        // commands of up to 255 bytes
+    append(content, object({0xE0}, object({0x82}, {0x02, 0x02, 0x02})));  // SGP.22 2.2.2
     return answer(kDone, object({0x6F}, content));
   }
   if (card.subscription() == nullptr || id.empty()) return answer(kNotFound);
@@ -147,7 +148,7 @@ Bytes process_apdu(Card& card, const Bytes& command) {
   if (!channel.open) return answer(kChannelNotOpen);
   const uint8_t p3 = command.size() > 4 ? command[4] : uint8_t{0};
   const bool has_data = instruction == kSelect || instruction == kStoreData || instruction == kTerminalCapability;
-  if (has_data && command.size() < 5u + p3) return answer(kWrongLength);
+  if (has_data && command.size() > 4 && command.size() < 5u + p3) return answer(kWrongLength);
   const Bytes data = has_data && command.size() > 5 ? Bytes(command.begin() + 5, command.begin() + 5 + p3) : Bytes{};
 
   switch (instruction) {
