@@ -1,12 +1,15 @@
 #include "vek_pal/i2c.h"
 
+#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <linux/netlink.h>
+#include <pthread.h>
 #include <stdarg.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -24,6 +27,7 @@ using failing_heap::open_descriptors;
 // The kernel here has no I2C: /dev/i2c-3 and /dev/korv_gpio_ctl are plain files, and what is asked of them ends here.
 struct Bus {
   unsigned long refused = 0;  // an ioctl to fail
+  bool no_thread = false;
   unsigned long slave = 0, ten_bit = 9;
   std::vector<uint32_t> gpio;
   struct Transfer {
@@ -110,6 +114,11 @@ extern "C" int ioctl(int, unsigned long request, ...) noexcept {
   return answer(request, arg);
 }
 
+extern "C" int pthread_create(pthread_t* id, const pthread_attr_t* attr, void* (*body)(void*), void* arg) noexcept {
+  if (g_bus.no_thread) return EAGAIN;
+  return reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"))(id, attr, body, arg);
+}
+
 TEST_F(I2c, RefusesWhatItDoesNotSupportAndLeaksNothing) {
   const vek_pal_i2c_cfg_t bad_mode = {2, 0, 1, 0}, bad_rate = {0, 3, 1, 0}, bad_width = {0, 0, 1, 2};
   const struct {
@@ -134,6 +143,24 @@ TEST_F(I2c, RefusesWhatItDoesNotSupportAndLeaksNothing) {
     EXPECT_TRUE(seen.has("I2C", row.text)) << seen;
   }
   g_bus.refused = 0;
+  const auto open_fails = [](const char* text) {
+    const auto seen = records_of([] { EXPECT_EQ(vek_pal_i2c_open(&kPlain, nullptr), nullptr); });
+    EXPECT_TRUE(seen.has("I2C", text)) << seen;
+  };
+  g_bus.no_thread = true;
+  open_fails("i2c irq thread create failed -1");
+  g_bus.no_thread = false;
+  rlimit descriptors;
+  getrlimit(RLIMIT_NOFILE, &descriptors);
+  const rlimit few = {64, descriptors.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &few);
+  std::vector<int> taken;
+  for (int fd; (fd = dup(STDIN_FILENO)) >= 0;) taken.push_back(fd);
+  close(taken.back());  // the bus has it
+  taken.pop_back();
+  open_fails("i2c socket create failed");
+  for (const int fd : taken) close(fd);
+  setrlimit(RLIMIT_NOFILE, &descriptors);
   unlink("/dev/i2c-3");
   const auto no_bus = records_of([] { EXPECT_EQ(vek_pal_i2c_open(&kPlain, nullptr), nullptr); });
   EXPECT_TRUE(no_bus.has("I2C", "i2c open fail, i2c_fd = -1"));

@@ -76,7 +76,8 @@ bool receive(int mail, char (&buffer)[kMailSize]) {
   return received >= 0;
 }
 
-// Calls back, unless the handle is being closed; false then.
+// Calls back, unless the handle is being closed; false then. (Closed during the callback, it is as if it had been
+// closed after it: the next receive is where the thread ends.)
 bool call_back(vek_pal_i2c_handle* handle) {
   {
     const vek::MutexLock lock(handle->mutex);
@@ -86,8 +87,7 @@ bool call_back(vek_pal_i2c_handle* handle) {
   if (handle->callback != nullptr) handle->callback(0);
   const vek::MutexLock lock(handle->mutex);
   handle->in_callback = false;
-  pthread_cond_broadcast(&handle->changed);
-  return !handle->closing;
+  return true;
 }
 
 void let_go(void* arg) {
