@@ -15,12 +15,15 @@
 #include "at_server/daemon_link.h"
 #include "at_server/feature_commands.h"
 #include "at_server/unsolicited.h"
+#include "board/board.h"
 #include "control/control.h"
 #include "control/control_server.h"
 #include "control/module.h"
 #include "control/watch.h"
 #include "gnss_engine/gnss_engine.h"
 #include "host/host_filter.h"
+#include "i2c/bus.h"
+#include "i2c/embedded_controller.h"
 #include "mbim_service/mbim_service.h"
 #include "modem/install.h"
 #include "modem/sim_commands.h"
@@ -64,6 +67,9 @@ void run(const std::string& scenario_file, const std::string& run_directory) {
   const Unsolicited unsolicited{module, at_server};
   mbim.when_line([&at_server](const std::string& line) { at_server.show(line); });
   const HostFilter host_filter{module};
+  Board board{module, [&modem] { modem.restart(kRestartPause); }};
+  EmbeddedController controller{module};
+  const I2cBus i2c_bus{module, board, controller};
 
   // Last: who finds the control socket finds everything else running.
   const ControlServer control_server{events, control, run_directory + "/control.sock"};
