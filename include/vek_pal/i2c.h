@@ -20,7 +20,7 @@ typedef struct {
   uint32_t i2c_controller_mode; /**< 0, or 1: interrupts wanted, which needs a callback. */
   uint32_t i2c_bit_rate;        /**< 0 to 2; checked, but the bus keeps its speed. */
   uint16_t slave_address;       /**< Of every transfer. */
-  uint32_t i2c_address_width;   /**< 0 for 7 bits, 1 for 10. */
+  uint32_t i2c_address_width;   /**< 0 for 7 bits, 1 for 10. The kernel, told the address first, refuses one above 0x7F. */
 } vek_pal_i2c_cfg_t;
 
 typedef struct vek_pal_i2c_handle vek_pal_i2c_handle_t;
@@ -41,7 +41,8 @@ enum {
  * @param[in] callback  Called with 0 for each message of the kernel. NULL is allowed in mode 0.
  * @returns the handle, the caller's until vek_pal_i2c_close(); NULL for a configuration out of its ranges, or when the
  *          interrupt line, the bus, the device address, the kernel's messages or a thread are not to be had; the record
- * says which, and nothing is left open. The kernel's messages go to one handle at a time, so a second one is refused.
+ *          says which, and nothing is left open. The kernel's messages go to one handle of the whole system at a time:
+ *          a second one is refused.
  */
 VEK_PAL_API vek_pal_i2c_handle_t *vek_pal_i2c_open(const vek_pal_i2c_cfg_t *p_cfg, void (*callback)(int event));
 
