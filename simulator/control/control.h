@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,5 +36,18 @@ class Control {
 
 // The command group `name` of `top`, made when it is not there: several subsystems may add to one.
 CLI::App& group(CLI::App& top, const std::string& name, const std::string& description);
+
+// For an option that is given as one of `words`; help shows the words. CLI11 alone shows the values too, and those of
+// one byte as characters.
+template <typename T>
+CLI::Validator one_of(const std::map<std::string, T>& words) {
+  std::map<std::string, int> numbers;
+  std::string names;
+  for (const auto& [name, value] : words) {
+    numbers[name] = static_cast<int>(value);
+    names += (names.empty() ? "" : ",") + name;
+  }
+  return CLI::CheckedTransformer(numbers, CLI::ignore_case).description("{" + names + "}");
+}
 
 }  // namespace simulated

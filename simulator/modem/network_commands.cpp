@@ -106,9 +106,7 @@ void declare_cell(Modem& modem, CLI::App& network_group, const ReplyPtr& reply) 
   };
   auto& given = reply->argument<Arguments>();
   CLI::App* command = network_group.add_subcommand("cell", "The module moves into a cell");
-  command->add_option("radio", given.radio, "gsm, umts, lte or nr5g")
-      ->required()
-      ->transform(CLI::CheckedTransformer(kRadios, CLI::ignore_case));
+  command->add_option("radio", given.radio, "gsm, umts, lte or nr5g")->required()->transform(one_of(kRadios));
   command->add_option("--id", given.id, "Its identity");
   command->add_option("--area", given.area, "Its tracking or location area");
   command->callback([&modem, &given] {
@@ -138,9 +136,7 @@ void declare_signal(Modem& modem, CLI::App& network_group, const ReplyPtr& reply
   auto& given = reply->argument<Arguments>();
   CLI::App* command =
       network_group.add_subcommand("signal", "How well a technology is received; several may be at once");
-  command->add_option("radio", given.radio, "gsm, umts, lte or nr5g")
-      ->required()
-      ->transform(CLI::CheckedTransformer(kRadios, CLI::ignore_case));
+  command->add_option("radio", given.radio, "gsm, umts, lte or nr5g")->required()->transform(one_of(kRadios));
   command->add_option("--rssi", given.rssi, "dBm")->check(CLI::Range(-128, 0));
   command->add_option("--rsrp", given.rsrp, "dBm")->check(CLI::Range(-200, 0));
   command->add_option("--rsrq", given.rsrq, "dB")->check(CLI::Range(-128, 127));
@@ -176,8 +172,7 @@ void declare_signal(Modem& modem, CLI::App& network_group, const ReplyPtr& reply
 void declare_sessions(Modem& modem, CLI::App& network_group, const ReplyPtr& reply) {
   auto& dropped = reply->argument<uint8_t>(0);
   CLI::App* drop = network_group.add_subcommand("drop", "The network ends data sessions");
-  drop->add_option("family", dropped, "ipv4 or ipv6; both without it")
-      ->transform(CLI::CheckedTransformer(kFamilies, CLI::ignore_case));
+  drop->add_option("family", dropped, "ipv4 or ipv6; both without it")->transform(one_of(kFamilies));
   drop->callback([&modem, reply, &dropped] {
     const unsigned ended = end_sessions(
         modem, kNetworkEnded, [&](const Session& session) { return dropped == 0 || session.family == dropped; });
@@ -190,9 +185,7 @@ void declare_sessions(Modem& modem, CLI::App& network_group, const ReplyPtr& rep
   };
   auto& refusal = reply->argument<Refusal>();
   CLI::App* refuse = network_group.add_subcommand("refuse", "The network gives no sessions of a family");
-  refuse->add_option("family", refusal.family, "ipv4 or ipv6")
-      ->required()
-      ->transform(CLI::CheckedTransformer(kFamilies, CLI::ignore_case));
+  refuse->add_option("family", refusal.family, "ipv4 or ipv6")->required()->transform(one_of(kFamilies));
   refuse->add_option("cause", refusal.cause,
                      "Its cause number, e.g. 33 not subscribed (3GPP TS 24.301); without one it gives them");
   refuse->callback([&modem, &refusal] {

@@ -163,7 +163,7 @@ void declare_cards(Modem& modem, CLI::App& sim, const ReplyPtr& reply) {
 
   struct Failure {
     size_t slot = 0;
-    uint8_t code = 3;
+    unsigned code = 3;
   };
   auto& failure = reply->argument<Failure>();
   CLI::App* error = sim.add_subcommand("error", "The modem finds the card in error, until it is powered up again");
@@ -173,7 +173,7 @@ void declare_cards(Modem& modem, CLI::App& sim, const ReplyPtr& reply) {
                    "0 unknown, 2 poll, 3 no ATR, 4 voltage, 5 parity, 6 possibly removed, 7 technical")
       ->capture_default_str()
       ->check(CLI::Range(0, 7));
-  error->callback([&modem, &failure] { fail_card(modem, failure.slot - 1, failure.code); });
+  error->callback([&modem, &failure] { fail_card(modem, failure.slot - 1, static_cast<uint8_t>(failure.code)); });
 
   struct Power {
     size_t slot = 0;
