@@ -1,10 +1,9 @@
 // vekctl i2c: a device on the module's I2C bus, and its interrupts.
 #include <fmt/format.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
+#include <semaphore>
 #include <string>
 #include <vector>
 
@@ -65,24 +64,15 @@ Json write_device(const Arguments& given) {
 }
 
 // The callback has no user word, and a program has one bus.
-std::mutex g_mutex;
-std::condition_variable g_changed;
-uint32_t g_interrupts = 0;
+std::counting_semaphore<> g_interrupts{0};
 
-void on_interrupt(int) {
-  const std::lock_guard lock(g_mutex);
-  g_interrupts++;
-  g_changed.notify_one();
-}
+void on_interrupt(int) { g_interrupts.release(); }
 
 Json watch(const Arguments& given, const Run& run) {
   const Handle handle = open(given, on_interrupt);
   run.show({{"event", "watching"}});
   for (uint32_t seen = 0; given.count == 0 || seen < given.count; seen++) {
-    {
-      std::unique_lock lock(g_mutex);
-      g_changed.wait(lock, [&] { return g_interrupts > seen; });
-    }
+    g_interrupts.acquire();
     Json event = {{"event", "interrupt"}, {"number", seen + 1}};
     if (given.from_register >= 0) {
       const auto cause = static_cast<uint8_t>(given.from_register);
