@@ -17,8 +17,8 @@ constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwx
 constexpr uint8_t kPadding = 64;
 constexpr uint8_t kInvalid = 127;
 
-// Two characters for twelve bits: 8 KiB, for less than half the time that one character for six takes. The module's flash
-// is worth more than that, so the 32-bit build does without.
+// Two characters for twelve bits: 8 KiB, for less than half the time that one character for six takes. The module's
+// flash is worth more than that, so the 32-bit build does without.
 constexpr bool kHasPairs = sizeof(void*) > 4;
 constexpr auto kPairs = [] {
   std::array<std::array<char, 2>, kHasPairs ? 4096 : 0> pairs{};

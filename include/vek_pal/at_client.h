@@ -1,9 +1,9 @@
 /**
- * The client of the module's AT server: one shared connection to 127.0.0.1 port 40096, opened when first needed, over which
- * callers take turns with whole exchanges.
+ * The client of the module's AT server: one shared connection to 127.0.0.1 port 40096, opened when first needed, over
+ * which callers take turns with whole exchanges.
  *
- * Threads: any thread may call any of these at any time; an exchange that is under way is finished first. A thread is not
- * cancelled inside them.
+ * Threads: any thread may call any of these at any time; an exchange that is under way is finished first. A thread is
+ * not cancelled inside them.
  */
 #ifndef VEK_PAL_AT_CLIENT_H
 #define VEK_PAL_AT_CLIENT_H
@@ -39,8 +39,8 @@ VEK_PAL_API int vek_pal_at_client_close(void);
  * @param[out] response_len   Bytes of `response` that were filled, 0 on failure.
  * @retval 0   Answered; the answer may be an ERROR, or ten pieces with neither.
  * @retval 3   No memory for receiving.
- * @retval -1  A NULL or 0 argument, no server (after about 3 s), no memory for collecting, or the connection failed. When the
- *             server closes the connection the command is sent again over a new one, at most ten times.
+ * @retval -1  A NULL or 0 argument, no server (after about 3 s), no memory for collecting, or the connection failed.
+ * When the server closes the connection the command is sent again over a new one, at most ten times.
  */
 VEK_PAL_API int vek_pal_at_send(const char *command, uint32_t command_size, char *response, uint32_t response_size,
                                 uint32_t *response_len);
@@ -51,7 +51,8 @@ VEK_PAL_API int vek_pal_at_send(const char *command, uint32_t command_size, char
  */
 VEK_PAL_API void vek_pal_dpd_at_process(int32_t state);
 
-/** Logs a buffer, one record a byte: index, hexadecimal value, and the byte as a character. NULL logs the frame only. */
+/** Logs a buffer, one record a byte: index, hexadecimal value, and the byte as a character. NULL logs the frame only.
+ */
 VEK_PAL_API void print_hex(const uint8_t *data, uint32_t length);
 
 #ifdef __cplusplus

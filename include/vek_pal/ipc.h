@@ -1,5 +1,6 @@
 /**
- * Messages between local processes: one Unix datagram each, a 32-bit message id in host byte order and then the payload.
+ * Messages between local processes: one Unix datagram each, a 32-bit message id in host byte order and then the
+ * payload.
  *
  * A daemon has one server, on "/data/vek_pal_ipc_server.sock"; its thread calls every callback that is registered for a
  * message's id, one after another. Ids 0 to 3 are the four MBIM events (mbim.h), id 4 is an AT command line (at.h).
@@ -25,16 +26,16 @@ extern "C" {
 typedef void (*vek_pal_ipc_callback)(int32_t msg_id, void *payload, int32_t length, void *user);
 
 /**
- * Starts the server thread ("ipc thread", 20,480 bytes of stack) and empties the callback table: call it once, before any
- * registration. The thread runs for the life of the process. It takes over a socket file that is there already.
+ * Starts the server thread ("ipc thread", 20,480 bytes of stack) and empties the callback table: call it once, before
+ * any registration. The thread runs for the life of the process. It takes over a socket file that is there already.
  * @retval 0   The thread runs. Whether it could bind its socket stands in the log: "ipc server listening on %s...".
  * @retval -1  No thread.
  */
 VEK_PAL_API int vek_pal_ipc_server_init(void);
 
 /**
- * Has `callback` called for each message of an id, from the next message on. There is room for 16; entries stay for good,
- * and several may have one id. Callbacks run on the server thread and may register more.
+ * Has `callback` called for each message of an id, from the next message on. There is room for 16; entries stay for
+ * good, and several may have one id. Callbacks run on the server thread and may register more.
  * @param[in] callback   NULL takes no room and is never called.
  * @param[in] user_data  Handed on; must stay valid for the life of the process.
  * @retval 0   Registered.

@@ -1,8 +1,9 @@
 /**
  * Logging and log files.
  *
- * Every record goes to the diagnostic channel. When the file-logging switch (settings item 241) is on, the library's own
- * records also go to "/vyrel_current_log.txt", timestamped, flushed and synced one by one; past 1 MiB that file moves to
+ * Every record goes to the diagnostic channel. When the file-logging switch (settings item 241) is on, the library's
+ * own records also go to "/vyrel_current_log.txt", timestamped, flushed and synced one by one; past 1 MiB that file
+ * moves to
  * "/vyrel_previous_log.txt" and the one before to "/vyrel_oldest_log.txt".
  *
  * Threads: the library's records and the hex dumps are serialised by `vek_log_mutex` and may come from any thread.
@@ -45,7 +46,8 @@ extern VEK_PAL_API FILE *vek_pal_log_fd;
 
 /**
  * Opens the diagnostic channel and, when settings item 241 asks for it, starts a new log file: the root file system is
- * remounted writable ("mount -o remount rw /") and the older files move down. Call it once, at the start of the process.
+ * remounted writable ("mount -o remount rw /") and the older files move down. Call it once, at the start of the
+ * process.
  *
  * @returns 0, or a positive number when item 241 cannot be read: "read vyrel file logging nvm fail" stands on standard
  *          output then, file logging stays off and the diagnostic channel works.
@@ -82,8 +84,8 @@ VEK_PAL_API void vek_pal_logd(const char *tag, const char *fmt, ...) __attribute
 VEK_PAL_API void vek_pal_logt(const char *tag, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
 
 /**
- * Writes "[%8s] " with the tag and then the message to the diagnostic channel, in chunks of 512 characters; never to the
- * log file, without a timestamp and without looking at the current level. Text beyond 1020 characters is cut.
+ * Writes "[%8s] " with the tag and then the message to the diagnostic channel, in chunks of 512 characters; never to
+ * the log file, without a timestamp and without looking at the current level. Text beyond 1020 characters is cut.
  *
  * @param[in] level  Picks the diagnostic mask; any number is taken.
  * @param[in] tag    Module tag; NULL or empty is "UNKNOWN".
@@ -114,7 +116,8 @@ VEK_PAL_API void vek_pal_check_if_need_refresh_log_file(void);
 VEK_PAL_API void vek_pal_hexdump(const char *tag, const char *func, int line, const char *title, const void *data,
                                  unsigned len);
 
-/** Dumps bytes as records "%s: %s\n" of level info, 128 bytes a record in hex. Nothing for `len` below 1 or NULL data. */
+/** Dumps bytes as records "%s: %s\n" of level info, 128 bytes a record in hex. Nothing for `len` below 1 or NULL data.
+ */
 VEK_PAL_API void vek_pal_hex_print(const char *title, const void *data, int len);
 
 /**

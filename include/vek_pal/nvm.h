@@ -33,8 +33,8 @@ VEK_PAL_API unsigned vek_pal_nvm_tab_index_get(unsigned logic_id);
 
 /**
  * Reads an item into `buf`, at most `len` bytes.
- * @param[out] buf  `len` bytes. A shorter file, even an empty one, is a success and leaves the rest as it was: clear the
- *                  buffer first, and give each item one size.
+ * @param[out] buf  `len` bytes. A shorter file, even an empty one, is a success and leaves the rest as it was: clear
+ * the buffer first, and give each item one size.
  * @retval 0    Read.
  * @retval 7    `buf` is NULL or `len` 0.
  * @retval 710  `logic_id` is 242.
@@ -45,8 +45,8 @@ VEK_PAL_API unsigned vek_pal_nvm_tab_index_get(unsigned logic_id);
 VEK_PAL_API int vek_pal_nvm_read(unsigned logic_id, void *buf, unsigned len);
 
 /**
- * Writes an item: its file then holds exactly these `len` bytes. An item that is kept in the customer-data backup starts
- * that backup ("odm_upgrader backup") and waits for it, whatever comes of it.
+ * Writes an item: its file then holds exactly these `len` bytes. An item that is kept in the customer-data backup
+ * starts that backup ("odm_upgrader backup") and waits for it, whatever comes of it.
  * @retval 0    Written and synced.
  * @retval 7    `data` is NULL or `len` 0.
  * @retval 710  `logic_id` is 242.

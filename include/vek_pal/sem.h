@@ -45,8 +45,8 @@ VEK_PAL_API int vek_pal_sem_init(vek_pal_sem_t *sem, const char *name, unsigned 
  * @retval 0   Taken: the count went down by one.
  * @retval 5   `sem` or the handle is NULL.
  * @retval 17  The limit passed first.
- * @retval -1  Anything else: among it a try that finds the count at 0, and a limit whose milliseconds below a whole second
- *             and the clock's nanoseconds add up to a second or more (that wait ends at once).
+ * @retval -1  Anything else: among it a try that finds the count at 0, and a limit whose milliseconds below a whole
+ * second and the clock's nanoseconds add up to a second or more (that wait ends at once).
  *
  * The limit runs on CLOCK_REALTIME: setting the clock during a wait stretches or cuts it.
  */

@@ -1,11 +1,11 @@
 /**
  * Threads: detached POSIX threads behind an opaque handle.
  *
- * Nobody joins a thread made here; it ends when its body returns or when vek_pal_thread_delete() cancels it. The handle's
- * record outlives the thread: deleting the handle is also how the record of a finished thread is released.
+ * Nobody joins a thread made here; it ends when its body returns or when vek_pal_thread_delete() cancels it. The
+ * handle's record outlives the thread: deleting the handle is also how the record of a finished thread is released.
  *
- * Threads: any thread may create; a handle must not be deleted from two threads at once. A body is cancelled at its next
- * cancellation point, never inside this library while it holds a lock.
+ * Threads: any thread may create; a handle must not be deleted from two threads at once. A body is cancelled at its
+ * next cancellation point, never inside this library while it holds a lock.
  */
 #ifndef VEK_PAL_THREAD_H
 #define VEK_PAL_THREAD_H
@@ -48,14 +48,15 @@ enum {
  * @retval 5   No memory for the record.
  * @retval 7   `th` or `name` is NULL.
  * @retval 22  `name` is longer than 128 characters.
- * @retval -1  Anything later; the last record shows the step: 503, 504, 505 (stack size below 16384), -1, or an errno value.
+ * @retval -1  Anything later; the last record shows the step: 503, 504, 505 (stack size below 16384), -1, or an errno
+ * value.
  */
 VEK_PAL_API int vek_pal_thread_create(vek_pal_thread_t *th, const char *name, const vek_pal_thread_attr *attr,
                                       void *(*callback)(void *), void *arg);
 
 /**
- * Cancels the thread, if its body is still running, and releases the handle. A thread may delete its own handle; it then
- * ends at its next cancellation point.
+ * Cancels the thread, if its body is still running, and releases the handle. A thread may delete its own handle; it
+ * then ends at its next cancellation point.
  * @retval 0    Done; `*th` is NULL.
  * @retval 7    `th` or `*th` is NULL.
  * @retval 502  The thread could not be cancelled; nothing was released.

@@ -90,8 +90,7 @@ TEST(Nvm, SaysWhatStandsInTheWay) {
   // The directory's place is taken by a file.
   ASSERT_EQ(::system("rm -rf /data/vyrel && touch /data/vyrel"), 0);
   const auto no_directory = records_of([] { EXPECT_EQ(vek_pal_nvm_write(80, "x", 1), 712); });
-  EXPECT_TRUE(no_directory.has_part("NVM", "Open and mkdir /data/vyrel/ failed."))
-      << no_directory;
+  EXPECT_TRUE(no_directory.has_part("NVM", "Open and mkdir /data/vyrel/ failed.")) << no_directory;
   unlink("/data/vyrel");
 
   // A full disk: a file system of one page, which another item has filled.

@@ -28,9 +28,7 @@ void sleep_until_early_in_a_second() {
 class NamedSem : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(vek_pal_sem_init(&sem_, "sem_test", 1, 0), 0); }
-  void TearDown() override {
-    EXPECT_EQ(vek_pal_sem_deinit(&sem_), 0);
-  }
+  void TearDown() override { EXPECT_EQ(vek_pal_sem_deinit(&sem_), 0); }
   int wait(unsigned ms) { return vek_pal_sem_wait(&sem_, &ms); }
 
   vek_pal_sem_t sem_ = nullptr;
