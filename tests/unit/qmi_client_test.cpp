@@ -290,7 +290,7 @@ TEST_F(QmiClient, SurvivesRestartsUnderLoad) {
   }
   done = true;
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(serial_numbers(), 0);
+  EXPECT_TRUE(eventually([&] { return serial_numbers() == 0; })) << "the last restart may hit this one too";
 }
 
 TEST_F(QmiClient, GivesItsIdsBackWhenTheProcessExitsAndAForkedChildDoesNot) {

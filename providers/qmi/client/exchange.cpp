@@ -157,6 +157,7 @@ void read_once(Milliseconds deadline) {
 void hand_over() {
   Session& s = g_session;
   if (s.reading) return;
+  close_when_unused();  // a connection that turned out to be lost when this thread sent; nobody else would look
   for (Waiter* waiter = s.waiters; waiter != nullptr; waiter = waiter->next) {
     if (waiter->done || !waiter->asleep) continue;
     pthread_cond_signal(waiter->wake);
