@@ -115,7 +115,9 @@ bool decode_text(const Field& field, Reader& in, uint8_t* member) {
   if (field.count_width != 0 && !in.number(field.count_width, false, length)) return false;
   const uint8_t* const from = length <= in.left() ? in.take(static_cast<size_t>(length)) : nullptr;
   if (from == nullptr) return false;
-  const size_t kept = std::min<size_t>(static_cast<size_t>(length), field.size - 1u);
+  // A zero byte ends the text for all who read the member: what stands behind one would only be there by chance.
+  const size_t kept =
+      strnlen(reinterpret_cast<const char*>(from), std::min<size_t>(static_cast<size_t>(length), field.size - 1u));
   memcpy(member, from, kept);
   member[kept] = 0;
   return true;
