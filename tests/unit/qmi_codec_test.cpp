@@ -178,6 +178,8 @@ TEST(QmiCodec, CutsTextAndTakesListsOfEitherWidth) {
   EXPECT_EQ(record.slots_len, 2u);
   EXPECT_EQ(record.slots[0], 3);
   EXPECT_EQ(record.slots[1], 2);
+  ASSERT_EQ(decode_loose((ok + "12 0900 02 03000000 00010000").c_str(), record), Decoded::ok);
+  EXPECT_FALSE(record.slots_valid) << "a wide element that says more than a narrow one can";
   ASSERT_EQ(decode_loose((ok + "11 0600 09 68656c6c6f 12 0500 04 01020304").c_str(), record), Decoded::ok);
   EXPECT_FALSE(record.name_valid) << "text that ends past its TLV";
   EXPECT_FALSE(record.slots_valid) << "more slots than the record has";

@@ -143,6 +143,7 @@ bool decode_list(const Field& field, Reader& in, uint8_t* record) {
     } else {
       uint64_t value;
       if (!in.number(width, field.is_signed, value)) return false;
+      if (width > field.width && value >> (8 * field.width) != 0) return false;
       store(member, field.stride, value);
     }
   }
