@@ -16,7 +16,7 @@ needed = set(re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic))
 missing = {"libdiag.so", "libqmi_cci.so", "libqmi_services.so"} - needed
 assert not missing, f"not linked by name: {missing}"
 
-ours = [path for path in pathlib.Path(build).rglob("*.o") if "/providers/" in str(path)]
+ours = [path.name for path in pathlib.Path(build).rglob("*.o") if "providers" in path.relative_to(build).parts]
 assert not ours, f"compiled in the platform's place: {ours}"
 
 program = f"""
