@@ -9,10 +9,10 @@
 
 namespace bench {
 
-inline bool row(const std::string& name, void (*run)(benchmark::State&)) {
+inline benchmark::internal::Benchmark* row(const std::string& name, void (*run)(benchmark::State&)) {
   auto* const registered = benchmark::RegisterBenchmark(name.c_str(), run);
   if (const char* const iterations = getenv("VEK_BENCH_ITERATIONS")) registered->Iterations(atoll(iterations));
-  return true;
+  return registered;
 }
 
 }  // namespace bench
