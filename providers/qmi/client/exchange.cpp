@@ -74,6 +74,8 @@ Link::Progress flush(Milliseconds deadline) {
     if (progress != Link::Progress::would_block) return progress;
     const Milliseconds now = now_ms();
     if (now >= deadline) return progress;
+    // The peer may take no more until what it has sent is read.
+    if (!s.reading) arm(true);
     const unsigned connection = s.connection;
     const int fd = s.link.fd();
     pthread_mutex_unlock(&s.mutex);
@@ -138,7 +140,7 @@ void read_once(Milliseconds deadline) {
 
   if (progress == Link::Progress::broken) connection_lost();
   bool no_frames = false;
-  while (!s.lost) {
+  while (!s.lost && s.link.has_unfinished_frame()) {
     const std::span<const uint8_t> frame = s.link.next_frame(no_frames);
     if (frame.empty()) break;
     s.unfinished_since = 0;
@@ -184,6 +186,8 @@ qmi_client_error_type exchange(const FrameHeader& header, const Message& request
   if (progress == Link::Progress::done) {
     waiter.next = s.waiters;
     s.waiters = &waiter;
+    // Before the answer can come: it is this thread's, and would only wake the receive thread.
+    arm(false);
     progress = flush(deadline);
     if (progress == Link::Progress::done) await(waiter, deadline);
     Waiter** link = &s.waiters;

@@ -3,9 +3,56 @@
 #include <string.h>
 
 #include <algorithm>
+#include <bit>
 
 namespace vek::qmi {
 namespace {
+
+// The wire's byte order is the machine's, so numbers are stored alike in records and in TLVs: 1, 2, 4 or 8 bytes, which
+// need not be aligned.
+static_assert(std::endian::native == std::endian::little);
+
+uint64_t load(const uint8_t* from, size_t size) {
+  switch (size) {
+    case 1:
+      return *from;
+    case 2: {
+      uint16_t value;
+      memcpy(&value, from, sizeof value);
+      return value;
+    }
+    case 4: {
+      uint32_t value;
+      memcpy(&value, from, sizeof value);
+      return value;
+    }
+    default: {
+      uint64_t value;
+      memcpy(&value, from, sizeof value);
+      return value;
+    }
+  }
+}
+
+void store(uint8_t* to, size_t size, uint64_t value) {
+  switch (size) {
+    case 1:
+      *to = static_cast<uint8_t>(value);
+      break;
+    case 2: {
+      const auto narrow = static_cast<uint16_t>(value);
+      memcpy(to, &narrow, sizeof narrow);
+      break;
+    }
+    case 4: {
+      const auto narrow = static_cast<uint32_t>(value);
+      memcpy(to, &narrow, sizeof narrow);
+      break;
+    }
+    default:
+      memcpy(to, &value, sizeof value);
+  }
+}
 
 // What a Reader hands out lies inside its bytes; what would not is refused, and the reader is spent.
 class Reader {
@@ -27,8 +74,7 @@ class Reader {
   bool number(size_t width, bool is_signed, uint64_t& value) {
     const uint8_t* const from = take(width);
     if (from == nullptr) return false;
-    value = 0;
-    for (size_t i = width; i-- > 0;) value = value << 8 | from[i];
+    value = load(from, width);
     if (is_signed && width < 8 && (from[width - 1] & 0x80) != 0) value |= ~uint64_t{0} << (8 * width);
     return true;
   }
@@ -54,7 +100,7 @@ class Writer {
   bool number(size_t width, uint64_t value) {
     uint8_t* const to = take(width);
     if (to == nullptr) return false;
-    for (size_t i = 0; i < width; i++) to[i] = static_cast<uint8_t>(value >> (8 * i));
+    store(to, width, value);
     return true;
   }
 
@@ -63,49 +109,6 @@ class Writer {
   uint8_t* at_;
   uint8_t* end_;
 };
-
-// Members are plain integers in the byte order of the machine, at any offset their natural alignment gives.
-uint64_t load(const uint8_t* member, size_t size) {
-  switch (size) {
-    case 1:
-      return *member;
-    case 2: {
-      uint16_t value;
-      memcpy(&value, member, sizeof value);
-      return value;
-    }
-    case 4: {
-      uint32_t value;
-      memcpy(&value, member, sizeof value);
-      return value;
-    }
-    default: {
-      uint64_t value;
-      memcpy(&value, member, sizeof value);
-      return value;
-    }
-  }
-}
-
-void store(uint8_t* member, size_t size, uint64_t value) {
-  switch (size) {
-    case 1:
-      *member = static_cast<uint8_t>(value);
-      break;
-    case 2: {
-      const auto narrow = static_cast<uint16_t>(value);
-      memcpy(member, &narrow, sizeof narrow);
-      break;
-    }
-    case 4: {
-      const auto narrow = static_cast<uint32_t>(value);
-      memcpy(member, &narrow, sizeof narrow);
-      break;
-    }
-    default:
-      memcpy(member, &value, sizeof value);
-  }
-}
 
 bool decode_members(std::span<const Field> members, Reader& in, uint8_t* record);
 bool encode_members(std::span<const Field> members, const uint8_t* record, Writer& out);
@@ -151,15 +154,9 @@ bool decode_list(const Field& field, Reader& in, uint8_t* record) {
   return true;
 }
 
-bool decode_field(const Field& field, Reader& in, uint8_t* record) {
+bool decode_other(const Field& field, Reader& in, uint8_t* record) {
   uint8_t* const member = record + field.offset;
   switch (field.kind) {
-    case Kind::number: {
-      uint64_t value;
-      if (!in.number(field.width, field.is_signed, value)) return false;
-      store(member, field.stride, value);
-      return true;
-    }
     case Kind::bytes: {
       const uint8_t* const from = in.take(field.size);
       if (from != nullptr) memcpy(member, from, field.size);
@@ -171,8 +168,19 @@ bool decode_field(const Field& field, Reader& in, uint8_t* record) {
       return decode_list(field, in, record);
     case Kind::record:
       return decode_members(field.members(), in, member);
+    case Kind::number:
+      break;
   }
   return false;
+}
+
+// Most fields are numbers, and cost no call.
+inline bool decode_field(const Field& field, Reader& in, uint8_t* record) {
+  if (field.kind != Kind::number) return decode_other(field, in, record);
+  uint64_t value;
+  if (!in.number(field.width, field.is_signed, value)) return false;
+  store(record + field.offset, field.stride, value);
+  return true;
 }
 
 bool decode_members(std::span<const Field> members, Reader& in, uint8_t* record) {

@@ -145,8 +145,9 @@ void a_message_reaches_past_its_record();
 
 constexpr Field field(const Form& form, const Place& place) {
   const bool number = form.kind == Kind::number || (form.kind == Kind::list && form.inner == nullptr);
-  const bool plain = place.stride == 1 || place.stride == 2 || place.stride == 4 || place.stride == 8;
-  if (number && (form.width > place.stride || !plain)) a_number_is_wider_than_its_member();
+  const auto plain = [](unsigned size) { return size == 1 || size == 2 || size == 4 || size == 8; };
+  if (number && (form.width > place.stride || !plain(form.width) || !plain(place.stride)))
+    a_number_is_wider_than_its_member();
   if (form.kind == Kind::number && place.size != place.stride) a_number_is_wider_than_its_member();
   if (form.kind == Kind::text && place.stride != 1) a_number_is_wider_than_its_member();
   if (form.kind == Kind::list && place.count_offset == kNowhere) a_list_needs_its_count_in_x_len();

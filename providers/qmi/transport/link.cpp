@@ -102,7 +102,7 @@ bool Link::make_room(size_t frame_size) {
 
 Link::Progress Link::receive() {
   size_t wanted = 0;
-  if (in_ != nullptr) cut_frame({in_ + in_begin_, in_end_ - in_begin_}, &wanted);
+  if (has_unfinished_frame()) cut_frame({in_ + in_begin_, in_end_ - in_begin_}, &wanted);
   if (!make_room(wanted)) return Progress::broken;
   const ssize_t got = read(fd_, in_ + in_end_, in_capacity_ - in_end_);
   if (got > 0) {
@@ -116,11 +116,9 @@ std::span<const uint8_t> Link::next_frame(bool& broken) {
   const std::span<const uint8_t> received(in_ + in_begin_, in_end_ - in_begin_);
   const ptrdiff_t size = cut_frame(received);
   broken = size < 0;
-  if (size <= 0) {
-    if (received.empty()) in_begin_ = in_end_ = 0;
-    return {};
-  }
+  if (size <= 0) return {};
   in_begin_ += static_cast<size_t>(size);
+  if (in_begin_ == in_end_) in_begin_ = in_end_ = 0;
   return received.first(static_cast<size_t>(size));
 }
 
