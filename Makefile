@@ -33,6 +33,15 @@ armhf: ## Build build/armhf/libvek_pal.so.1 for 32-bit ARM
 	@$(INSTALL) build demo test
 	@$(call BUILD,armhf) --target vek_pal
 
+.PHONY: musl
+musl: host ## Build build/musl/libvek_pal.so.1 and run the examples with it on a module
+	@$(call BUILD,musl) --target vek_pal
+	@packaging/check-musl build/musl build/host
+
+.PHONY: deb
+deb: docs ## Make the Debian packages in build/deb
+	@packaging/deb build/release build/deb
+
 .PHONY: bench
 bench: ## Measure speed and size beside the peers and floors, and print the ratios
 	@$(INSTALL) build demo test bench

@@ -11,7 +11,7 @@ library, exports, readelf = sys.argv[1:4]
 
 # What the C start files of the compiler put there; nothing of ours may join them.
 START_FILE_INIT_ENTRIES = 1
-NEEDED = {"libc.so.6", "libm.so.6", "ld-linux-armhf.so.3"}
+NEEDED = {"libc.so.6", "libm.so.6", "ld-linux-armhf.so.3", "libc.so"}  # the last is musl's
 SANITIZERS = re.compile(r"lib(asan|ubsan|tsan)\.so")
 
 

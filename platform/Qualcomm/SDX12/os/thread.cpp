@@ -83,7 +83,8 @@ int apply(const vek_pal_thread_attr& wanted, pthread_attr_t& attr) {
   if (wanted.priority != 0 && policy == SCHED_OTHER) {
     LOG_D("The current scheduling policy does not support priority");
   } else if (wanted.priority != 0) {
-    const sched_param param = {.sched_priority = wanted.priority};
+    sched_param param = {};  // some C libraries have more members
+    param.sched_priority = wanted.priority;
     if (pthread_attr_setschedparam(&attr, &param) != 0)
       return FAIL(VEK_PAL_THREAD_SCHEDPARAM_FAILED, "The setschedparam failed");
   }
