@@ -2,6 +2,7 @@
 // as its instructions. It answers each request as soon as it comes, and whoever asks gets the same bytes.
 #pragma once
 
+#include <sched.h>
 #include <signal.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -31,7 +32,8 @@ constexpr uint8_t kQmiMode = 0;      // online
 // (one byte for service 0, CTL, else two) and the message id.
 class QmiModem {
  public:
-  // The modem ends with the process that started it.
+  // The modem ends with the process that started it. Both stay on one processor, as the module has one: where else the
+  // scheduler wakes them would decide the figures.
   static void start() {
     static const pid_t modem = run();
     if (modem < 0) abort();
@@ -39,6 +41,10 @@ class QmiModem {
 
  private:
   static pid_t run() {
+    cpu_set_t here;
+    CPU_ZERO(&here);
+    CPU_SET(sched_getcpu(), &here);
+    sched_setaffinity(0, sizeof here, &here);
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const sockaddr_un address = qmi_proxy_address();
     if (bind(listener, reinterpret_cast<const sockaddr*>(&address), kQmiProxyAddressSize) != 0) abort();
