@@ -40,7 +40,7 @@ musl: host ## Build build/musl/libvek_pal.so.1 and run the examples with it on a
 
 .PHONY: deb
 deb: docs ## Make the Debian packages in build/deb
-	@packaging/deb build/release build/deb
+	@packaging/deb build/deb
 
 .PHONY: bench
 bench: ## Measure speed and size beside the peers and floors, and print the ratios
@@ -64,13 +64,13 @@ sanitize: ## Run the tests under AddressSanitizer with UBSan, then under ThreadS
 	@ctest --preset tsan -j $(CTEST_JOBS) -L unit
 
 .PHONY: docs
-docs: ## Check the documentation and render the manual pages into build/docs
-	@$(INSTALL) build demo docs
-	@$(call BUILD,release)
-	@docs/render build/docs build/release
+docs: host ## Check the documentation and render the manual pages into build/docs
+	@$(INSTALL) docs
+	@docs/render build/docs build/host
 
 .PHONY: install
 install: docs ## Install the library, headers, tools and manual pages below PREFIX (/usr/local), with DESTDIR
+	@$(call BUILD,release)
 	@cmake --install build/release --prefix $(PREFIX)
 
 .PHONY: format
