@@ -39,7 +39,8 @@ musl: host ## Build build/musl/libvek_pal.so.1 and run the examples with it on a
 	@packaging/check-musl build/musl build/host
 
 .PHONY: deb
-deb: docs ## Make the Debian packages in build/deb
+deb: ## Make the Debian packages in build/deb
+	@$(INSTALL) build demo docs
 	@packaging/deb build/deb
 
 .PHONY: bench
@@ -69,8 +70,10 @@ docs: host ## Check the documentation and render the manual pages into build/doc
 	@docs/render build/docs build/host
 
 .PHONY: install
-install: docs ## Install the library, headers, tools and manual pages below PREFIX (/usr/local), with DESTDIR
+install: ## Install the library, headers, tools and manual pages below PREFIX (/usr/local), with DESTDIR
+	@$(INSTALL) build demo docs
 	@$(call BUILD,release)
+	@docs/render --manuals build/docs build/release
 	@cmake --install build/release --prefix $(PREFIX)
 
 .PHONY: format
