@@ -1,4 +1,5 @@
-/* What the C++ headers of a compiler that was configured for glibc want, on musl. None of it is called by the library. */
+/* What the C++ headers of a compiler that was configured for glibc want, on musl. None of it is called by the library.
+ */
 #include <locale.h>
 
 #define __GLIBC_PREREQ(major, minor) 0

@@ -20,7 +20,8 @@ typedef struct {
   uint32_t i2c_controller_mode; /**< 0, or 1: interrupts wanted, which needs a callback. */
   uint32_t i2c_bit_rate;        /**< 0 to 2; checked, but the bus keeps its speed. */
   uint16_t slave_address;       /**< Of every transfer. */
-  uint32_t i2c_address_width;   /**< 0 for 7 bits, 1 for 10. The kernel, told the address first, refuses one above 0x7F. */
+  uint32_t
+      i2c_address_width; /**< 0 for 7 bits, 1 for 10. The kernel, told the address first, refuses one above 0x7F. */
 } vek_pal_i2c_cfg_t;
 
 typedef struct vek_pal_i2c_handle vek_pal_i2c_handle_t;
