@@ -113,13 +113,9 @@ Survey survey(const unsigned char* src, unsigned slen) {
   return result;
 }
 
-// One load for the four characters: loads are what decoding waits for.
 uint32_t bits_of(const unsigned char* four) {
-  const auto characters = vek::load<std::endian::little, uint32_t>(four);
-  const auto placed = [characters](unsigned place) {
-    return kPlaced[place][(characters >> (8 * place) & 0xFF) - kFirst];
-  };
-  return placed(0) | placed(1) | placed(2) | placed(3);
+  return kPlaced[0][four[0] - kFirst] | kPlaced[1][four[1] - kFirst] | kPlaced[2][four[2] - kFirst] |
+         kPlaced[3][four[3] - kFirst];
 }
 
 unsigned char* decode_plain(const unsigned char* src, unsigned slen, unsigned char* to) {
