@@ -33,7 +33,9 @@ SIZE_GOALS = [  # figure, goal, unit
 
 
 def in_box(program, *options, environment=None, prefix=(), share=None):
-    command = [str(BOX), "--bare", *(("--share", share) if share else ()), "--", *prefix, str(program), *options]
+    # One processor, like the module's: times of two threads then do not hang on where the scheduler wakes them.
+    command = ["taskset", "-c", "0", str(BOX), "--bare", *(("--share", share) if share else ()), "--", *prefix,
+               str(program), *options]
     return subprocess.run(command, env={**os.environ, **(environment or {})}, stdout=subprocess.PIPE,
                           stderr=subprocess.DEVNULL, text=True)
 
